@@ -1,0 +1,22 @@
+// ZevUtil: every public header of the library. Everything is in namespace zev.
+#pragma once
+
+// Framework stand-ins and host services.
+#include "zevutil/platform/Platform.h"
+
+// Library frame: load/unload, report stream, archive forms, memory archive, checksum.
+#include "zevutil/CCalcCRC32.h"
+
+// Object identity.
+
+// Persistent objects.
+
+// Sequence and run-data model.
+
+// Codecs and utilities.
+
+// Trace-file formats.
+
+// Output and export.
+
+// Window toolkit.

@@ -1,0 +1,324 @@
+// CFile over the host file service, CMemFile in memory, CStdioFile by lines.
+#include "zevutil/platform/CFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "platform/host/HostFile.h"
+
+namespace zev {
+
+IMPLEMENT_DYNAMIC(CFile, CObject)
+IMPLEMENT_DYNAMIC(CMemFile, CFile)
+IMPLEMENT_DYNAMIC(CStdioFile, CFile)
+
+CFile::CFile() = default;
+
+CFile::CFile(const char* fileName, UINT openFlags) {
+  CFileException e;
+  if (!Open(fileName, openFlags, &e)) AfxThrowFileException(e.m_cause, e.m_lOsError, e.m_strFileName);
+}
+
+CFile::~CFile() {
+  if (m_hFile >= 0 && m_bCloseOnDelete) Abort();
+}
+
+BOOL CFile::Open(const char* fileName, UINT flags, CFileException* error) {
+  if (m_hFile >= 0) Abort();
+  m_strFileName = fileName;
+  UINT access = flags & 3;
+  bool read = access == modeRead || access == modeReadWrite;
+  bool write = access == modeWrite || access == modeReadWrite;
+  bool create = (flags & modeCreate) != 0;
+  bool truncate = create && !(flags & modeNoTruncate);
+  int err = 0;
+  int fd = fileName ? host::FileOpen(fileName, read, write, create, truncate, &err) : -1;
+  if (fd < 0) {
+    if (!fileName) err = EINVAL;
+    if (error) {
+      error->m_cause = CFileException::OsErrorToException(err);
+      error->m_lOsError = err;
+      error->m_strFileName = fileName;
+    }
+    return FALSE;
+  }
+  m_hFile = fd;
+  m_bCloseOnDelete = TRUE;
+  return TRUE;
+}
+
+void CFile::Close() {
+  if (m_hFile < 0) return;
+  int err = 0;
+  bool ok = host::FileClose(m_hFile, &err);
+  m_hFile = -1;
+  m_bCloseOnDelete = FALSE;
+  if (!ok) AfxThrowFileException(CFileException::OsErrorToException(err), err, m_strFileName);
+}
+
+void CFile::Abort() {
+  if (m_hFile >= 0) host::FileClose(m_hFile, nullptr);
+  m_hFile = -1;
+  m_bCloseOnDelete = FALSE;
+}
+
+UINT CFile::Read(void* buf, UINT count) {
+  if (count == 0) return 0;
+  if (m_hFile < 0) AfxThrowFileException(CFileException::invalidFile, -1, m_strFileName);
+  int err = 0;
+  std::int64_t n = host::FileRead(m_hFile, buf, count, &err);
+  if (n < 0) AfxThrowFileException(CFileException::OsErrorToException(err), err, m_strFileName);
+  return UINT(n);
+}
+
+void CFile::Write(const void* buf, UINT count) {
+  if (count == 0) return;
+  if (m_hFile < 0) AfxThrowFileException(CFileException::invalidFile, -1, m_strFileName);
+  int err = 0;
+  if (host::FileWrite(m_hFile, buf, count, &err) < 0)
+    AfxThrowFileException(CFileException::OsErrorToException(err), err, m_strFileName);
+}
+
+ULONGLONG CFile::Seek(LONGLONG offset, UINT from) {
+  int err = 0;
+  std::int64_t r = m_hFile >= 0 ? host::FileSeek(m_hFile, offset, int(from), &err) : -1;
+  if (r < 0) AfxThrowFileException(CFileException::badSeek, err, m_strFileName);
+  return ULONGLONG(r);
+}
+
+ULONGLONG CFile::GetLength() const {
+  int err = 0;
+  std::int64_t r = m_hFile >= 0 ? host::FileSize(m_hFile, &err) : -1;
+  if (r < 0) AfxThrowFileException(CFileException::invalidFile, err, m_strFileName);
+  return ULONGLONG(r);
+}
+
+void CFile::SetLength(ULONGLONG len) {
+  int err = 0;
+  if (m_hFile < 0 || !host::FileTruncate(m_hFile, std::int64_t(len), &err))
+    AfxThrowFileException(CFileException::OsErrorToException(err), err, m_strFileName);
+}
+
+ULONGLONG CFile::GetPosition() const {
+  int err = 0;
+  std::int64_t r = m_hFile >= 0 ? host::FileSeek(m_hFile, 0, current, &err) : -1;
+  if (r < 0) AfxThrowFileException(CFileException::badSeek, err, m_strFileName);
+  return ULONGLONG(r);
+}
+
+void CFile::Flush() {
+  if (m_hFile >= 0) host::FileSync(m_hFile, nullptr);
+}
+
+CString CFile::GetFileName() const {
+  const char* s = m_strFileName.GetString();
+  const char* slash = std::strrchr(s, '/');
+  const char* back = std::strrchr(s, '\\');
+  const char* cut = std::max(slash, back);
+  return CString(cut ? cut + 1 : s);
+}
+
+static void FillStatus(const host::FileStatInfo& info, const char* name, CFileStatus& status) {
+  status.m_ctime = CTime(info.ctime);
+  status.m_mtime = CTime(info.mtime);
+  status.m_atime = CTime(info.atime);
+  status.m_size = info.size;
+  status.m_attribute = BYTE((info.isDir ? CFile::directory : 0) | (info.readOnly ? CFile::readOnly : 0));
+  if (!host::FullPath(name, status.m_szFullName, sizeof status.m_szFullName)) status.m_szFullName[0] = '\0';
+}
+
+BOOL CFile::GetStatus(CFileStatus& status) const {
+  host::FileStatInfo info;
+  if (m_hFile < 0 || !host::FileStatFd(m_hFile, info, nullptr)) return FALSE;
+  FillStatus(info, m_strFileName, status);
+  return TRUE;
+}
+
+BOOL CFile::GetStatus(const char* fileName, CFileStatus& status) {
+  host::FileStatInfo info;
+  if (!host::FileStatPath(fileName, info, nullptr)) return FALSE;
+  FillStatus(info, fileName, status);
+  return TRUE;
+}
+
+void CFile::Remove(const char* fileName) {
+  int err = 0;
+  if (!host::FileRemove(fileName, &err))
+    AfxThrowFileException(CFileException::OsErrorToException(err), err, fileName);
+}
+
+void CFile::Rename(const char* oldName, const char* newName) {
+  int err = 0;
+  if (!host::FileRename(oldName, newName, &err))
+    AfxThrowFileException(CFileException::OsErrorToException(err), err, oldName);
+}
+
+UINT CFile::GetBufferPtr(UINT, UINT, void**, void**) { return 0; }
+
+// ---- CMemFile ----
+
+UINT CMemFile::GetBufferPtr(UINT command, UINT count, void** bufStart, void** bufMax) {
+  if (command == bufferCheck) return bufferDirect;
+  if (command == bufferCommit) {
+    m_nPosition += count;
+    if (m_nPosition > m_nFileSize) m_nFileSize = m_nPosition;
+    return 0;
+  }
+  if (command == bufferWrite && m_nPosition + count > m_nBufferSize) GrowFile(m_nPosition + count);
+  BYTE* start = m_lpBuffer + m_nPosition;
+  BYTE* max;
+  if (command == bufferWrite) {
+    max = m_lpBuffer + std::min(m_nBufferSize, m_nPosition + count);
+  } else {
+    size_t want = count == UINT(-1) ? m_nBufferSize - m_nPosition : count;
+    size_t end = m_nPosition >= m_nFileSize ? m_nPosition : std::min(m_nFileSize, m_nPosition + want);
+    max = m_lpBuffer + end;
+    m_nPosition = end;
+  }
+  if (bufStart) *bufStart = start;
+  if (bufMax) *bufMax = max;
+  return UINT(max - start);
+}
+
+CMemFile::CMemFile(UINT growBytes) : m_nGrowBytes(growBytes) {}
+
+CMemFile::CMemFile(BYTE* buffer, UINT size, UINT growBytes) : m_nGrowBytes(growBytes) {
+  Attach(buffer, size, growBytes);
+}
+
+CMemFile::~CMemFile() {
+  if (m_lpBuffer) Close();
+}
+
+void CMemFile::Attach(BYTE* buffer, UINT size, UINT growBytes) {
+  m_nGrowBytes = growBytes;
+  m_nPosition = 0;
+  m_nBufferSize = size;
+  m_nFileSize = growBytes == 0 ? size : 0;
+  m_lpBuffer = buffer;
+  m_bAutoDelete = FALSE;
+}
+
+BYTE* CMemFile::Detach() {
+  BYTE* b = m_lpBuffer;
+  m_lpBuffer = nullptr;
+  m_nFileSize = m_nBufferSize = m_nPosition = 0;
+  return b;
+}
+
+void CMemFile::Close() {
+  m_nGrowBytes = 0;
+  m_nPosition = 0;
+  m_nBufferSize = 0;
+  m_nFileSize = 0;
+  if (m_lpBuffer && m_bAutoDelete) Free(m_lpBuffer);
+  m_lpBuffer = nullptr;
+}
+
+BYTE* CMemFile::Alloc(size_t bytes) { return static_cast<BYTE*>(std::malloc(bytes)); }
+BYTE* CMemFile::Realloc(BYTE* block, size_t bytes) { return static_cast<BYTE*>(std::realloc(block, bytes)); }
+void CMemFile::Free(BYTE* block) { std::free(block); }
+
+void CMemFile::GrowFile(size_t newLen) {
+  if (newLen <= m_nBufferSize) return;
+  if (m_nGrowBytes == 0) AfxThrowMemoryException();  // a fixed buffer can't grow
+  size_t n = m_nBufferSize;
+  while (n < newLen) {
+    size_t next = n + m_nGrowBytes;
+    // Grow geometrically past a step so that big files don't grow quadratically;
+    // the buffer still only ever grows in whole steps.
+    if (n >= 64 * m_nGrowBytes) next = n + ((n / 2) / m_nGrowBytes + 1) * m_nGrowBytes;
+    if (next < n) AfxThrowMemoryException();
+    n = next;
+  }
+  BYTE* p = m_lpBuffer ? Realloc(m_lpBuffer, n) : Alloc(n);
+  if (!p) AfxThrowMemoryException();
+  m_lpBuffer = p;
+  m_nBufferSize = n;
+}
+
+UINT CMemFile::Read(void* buf, UINT count) {
+  if (count == 0 || m_nPosition >= m_nFileSize) return 0;
+  size_t n = std::min<size_t>(count, m_nFileSize - m_nPosition);
+  std::memcpy(buf, m_lpBuffer + m_nPosition, n);
+  m_nPosition += n;
+  return UINT(n);
+}
+
+void CMemFile::Write(const void* buf, UINT count) {
+  if (count == 0) return;
+  size_t end = m_nPosition + count;
+  if (end > m_nBufferSize) GrowFile(end);
+  std::memcpy(m_lpBuffer + m_nPosition, buf, count);
+  m_nPosition = end;
+  if (m_nPosition > m_nFileSize) m_nFileSize = m_nPosition;
+}
+
+ULONGLONG CMemFile::Seek(LONGLONG offset, UINT from) {
+  LONGLONG base = from == begin ? 0 : from == current ? LONGLONG(m_nPosition) : LONGLONG(m_nFileSize);
+  LONGLONG pos = base + offset;
+  if (pos < 0) AfxThrowFileException(CFileException::badSeek);
+  if (size_t(pos) > m_nBufferSize) GrowFile(size_t(pos));
+  m_nPosition = size_t(pos);
+  return ULONGLONG(pos);
+}
+
+void CMemFile::SetLength(ULONGLONG newLength) {
+  if (newLength > m_nBufferSize) GrowFile(size_t(newLength));
+  if (m_nPosition > newLength) m_nPosition = size_t(newLength);
+  m_nFileSize = size_t(newLength);
+}
+
+// ---- CStdioFile ----
+
+BOOL CStdioFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
+  m_bText = (openFlags & typeBinary) == 0;
+  return CFile::Open(fileName, openFlags & ~UINT(typeText | typeBinary), error);
+}
+
+void CStdioFile::WriteString(const char* text) {
+  if (!text) AfxThrowInvalidArgException();
+  if (!m_bText) {
+    Write(text, UINT(std::strlen(text)));
+    return;
+  }
+  CString out;
+  for (const char* p = text; *p; ++p) {
+    if (*p == '\n') out += '\r';
+    out += *p;
+  }
+  Write(out.GetString(), UINT(out.GetLength()));
+}
+
+char* CStdioFile::ReadString(char* buf, UINT max) {
+  if (!buf || max == 0) return nullptr;
+  UINT n = 0;
+  char ch;
+  bool any = false;
+  while (n + 1 < max && Read(&ch, 1) == 1) {
+    any = true;
+    if (m_bText && ch == '\r') continue;
+    buf[n++] = ch;
+    if (ch == '\n') break;
+  }
+  buf[n] = '\0';
+  return any ? buf : nullptr;
+}
+
+BOOL CStdioFile::ReadString(CString& line) {
+  line.Empty();
+  char ch;
+  bool any = false;
+  while (Read(&ch, 1) == 1) {
+    any = true;
+    if (ch == '\n') break;
+    line += ch;
+  }
+  if (m_bText && line.GetLength() && line[line.GetLength() - 1] == '\r') line = line.Left(line.GetLength() - 1);
+  return any ? TRUE : FALSE;
+}
+
+}  // namespace zev

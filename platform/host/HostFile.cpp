@@ -1,0 +1,139 @@
+// Host file service over POSIX file descriptors.
+#include "platform/host/HostFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace zev::host {
+
+namespace {
+inline void SetErr(int* err) {
+  if (err) *err = errno;
+}
+void FillStat(const struct stat& st, FileStatInfo& out) {
+  out.ctime = st.st_ctime;
+  out.mtime = st.st_mtime;
+  out.atime = st.st_atime;
+  out.size = st.st_size;
+  out.isDir = S_ISDIR(st.st_mode);
+  out.readOnly = (st.st_mode & S_IWUSR) == 0;
+}
+}  // namespace
+
+int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err) {
+  int flags = O_CLOEXEC;
+  if (read && write) flags |= O_RDWR;
+  else if (write) flags |= O_WRONLY;
+  else flags |= O_RDONLY;
+  if (create) flags |= O_CREAT;
+  if (truncate) flags |= O_TRUNC;
+  int fd = ::open(path, flags, 0666);
+  if (fd < 0) { SetErr(err); return -1; }
+  struct stat st {};
+  if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+    ::close(fd);
+    if (err) *err = EISDIR;
+    return -1;
+  }
+  return fd;
+}
+
+std::int64_t FileRead(int fd, void* buf, std::size_t n, int* err) {
+  std::size_t done = 0;
+  while (done < n) {
+    ssize_t r = ::read(fd, static_cast<char*>(buf) + done, n - done);
+    if (r < 0) {
+      if (errno == EINTR) continue;
+      SetErr(err);
+      return -1;
+    }
+    if (r == 0) break;
+    done += std::size_t(r);
+  }
+  return std::int64_t(done);
+}
+
+std::int64_t FileWrite(int fd, const void* buf, std::size_t n, int* err) {
+  std::size_t done = 0;
+  while (done < n) {
+    ssize_t r = ::write(fd, static_cast<const char*>(buf) + done, n - done);
+    if (r < 0) {
+      if (errno == EINTR) continue;
+      SetErr(err);
+      return -1;
+    }
+    done += std::size_t(r);
+  }
+  return std::int64_t(done);
+}
+
+std::int64_t FileSeek(int fd, std::int64_t off, int whence, int* err) {
+  int w = whence == 0 ? SEEK_SET : whence == 1 ? SEEK_CUR : SEEK_END;
+  off_t r = ::lseek(fd, off_t(off), w);
+  if (r < 0) { SetErr(err); return -1; }
+  return std::int64_t(r);
+}
+
+std::int64_t FileSize(int fd, int* err) {
+  struct stat st {};
+  if (::fstat(fd, &st) != 0) { SetErr(err); return -1; }
+  return std::int64_t(st.st_size);
+}
+
+bool FileTruncate(int fd, std::int64_t len, int* err) {
+  if (::ftruncate(fd, off_t(len)) != 0) { SetErr(err); return false; }
+  return true;
+}
+
+bool FileSync(int fd, int* err) {
+  if (::fsync(fd) != 0 && errno != EINVAL) { SetErr(err); return false; }
+  return true;
+}
+
+bool FileClose(int fd, int* err) {
+  if (::close(fd) != 0) { SetErr(err); return false; }
+  return true;
+}
+
+bool FileStatPath(const char* path, FileStatInfo& out, int* err) {
+  struct stat st {};
+  if (!path || ::stat(path, &st) != 0) { SetErr(err); return false; }
+  FillStat(st, out);
+  return true;
+}
+
+bool FileStatFd(int fd, FileStatInfo& out, int* err) {
+  struct stat st {};
+  if (::fstat(fd, &st) != 0) { SetErr(err); return false; }
+  FillStat(st, out);
+  return true;
+}
+
+bool FileRemove(const char* path, int* err) {
+  if (::unlink(path) != 0) { SetErr(err); return false; }
+  return true;
+}
+
+bool FileRename(const char* from, const char* to, int* err) {
+  if (std::rename(from, to) != 0) { SetErr(err); return false; }
+  return true;
+}
+
+bool FullPath(const char* path, char* out, std::size_t outSize) {
+  if (!path || !out || outSize == 0) return false;
+  char buf[PATH_MAX];
+  const char* src = path;
+  if (::realpath(path, buf)) src = buf;
+  std::strncpy(out, src, outSize - 1);
+  out[outSize - 1] = '\0';
+  return true;
+}
+
+}  // namespace zev::host

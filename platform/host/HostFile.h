@@ -1,0 +1,32 @@
+// Host file service: open, read, write, seek, size, truncate, stat, remove, rename.
+// Contract: every call returns -1 (or false) on failure and stores the errno value
+// in *err when err is given; nothing throws.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+namespace zev::host {
+
+struct FileStatInfo {
+  std::int64_t ctime = 0, mtime = 0, atime = 0;
+  std::int64_t size = 0;
+  bool isDir = false;
+  bool readOnly = false;
+};
+
+int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err);
+std::int64_t FileRead(int fd, void* buf, std::size_t n, int* err);
+std::int64_t FileWrite(int fd, const void* buf, std::size_t n, int* err);
+std::int64_t FileSeek(int fd, std::int64_t off, int whence, int* err);
+std::int64_t FileSize(int fd, int* err);
+bool FileTruncate(int fd, std::int64_t len, int* err);
+bool FileSync(int fd, int* err);
+bool FileClose(int fd, int* err);
+bool FileStatPath(const char* path, FileStatInfo& out, int* err);
+bool FileStatFd(int fd, FileStatInfo& out, int* err);
+bool FileRemove(const char* path, int* err);
+bool FileRename(const char* from, const char* to, int* err);
+// Absolute form of a path (the path itself when it can't be resolved).
+bool FullPath(const char* path, char* out, std::size_t outSize);
+
+}  // namespace zev::host
