@@ -1,0 +1,120 @@
+// CFile on disk, CMemFile in memory, and the archive over each.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "zevutil/platform/CArchive.h"
+#include "zevutil/platform/CFile.h"
+
+using namespace zev;
+
+namespace {
+std::string TempPath(const char* name) {
+  auto dir = std::filesystem::temp_directory_path() / ("zev_cfile_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
+  std::filesystem::create_directories(dir);
+  return (dir / name).string();
+}
+}  // namespace
+
+TEST(CFile, OpenReportsCauseAndThrowingConstructor) {
+  CFile f;
+  CFileException e;
+  EXPECT_FALSE(f.Open("/nonexistent-dir/x", CFile::modeRead, &e));
+  EXPECT_EQ(e.m_cause, CFileException::fileNotFound);
+  EXPECT_STREQ(e.m_strFileName, "/nonexistent-dir/x");
+  try {
+    CFile g("/nonexistent-dir/x", CFile::modeRead);
+    FAIL();
+  } catch (CFileException* ex) {
+    EXPECT_EQ(ex->m_cause, CFileException::fileNotFound);
+    EXPECT_FALSE(ex->GetMessageText().IsEmpty());
+    ex->Delete();
+  }
+}
+
+TEST(CFile, ArchiveThroughADiskFileRoundTrips) {
+  std::string path = TempPath("arch.bin");
+  {
+    CFile f(path.c_str(), CFile::modeCreate | CFile::modeWrite);
+    CArchive ar(&f, CArchive::store, 128);
+    for (int i = 0; i < 1000; ++i) ar << i << CString("text");
+    ar.Close();
+  }
+  CFileStatus st;
+  ASSERT_TRUE(CFile::GetStatus(path.c_str(), st));
+  EXPECT_EQ(st.m_size, 1000 * 9);
+  CFile f(path.c_str(), CFile::modeRead);
+  CArchive ar(&f, CArchive::load, 128);
+  for (int i = 0; i < 1000; ++i) {
+    int v;
+    CString s;
+    ar >> v >> s;
+    ASSERT_EQ(v, i);
+    ASSERT_STREQ(s, "text");
+  }
+  BYTE b;
+  EXPECT_THROW(
+      {
+        try {
+          ar >> b;
+        } catch (CArchiveException* e) {
+          EXPECT_EQ(e->m_cause, CArchiveException::endOfFile);
+          e->Delete();
+          throw 1;
+        }
+      },
+      int);
+  CFile::Remove(path.c_str());
+}
+
+TEST(CMemFile, GrowsSeeksAndReadsShort) {
+  CMemFile m(16);
+  std::vector<BYTE> data(100);
+  for (size_t i = 0; i < data.size(); ++i) data[i] = BYTE(i);
+  m.Write(data.data(), UINT(data.size()));
+  EXPECT_EQ(m.GetLength(), 100u);
+  m.Seek(-10, CFile::end);
+  BYTE buf[32];
+  EXPECT_EQ(m.Read(buf, sizeof buf), 10u);
+  EXPECT_EQ(buf[0], 90);
+  m.SetLength(50);
+  EXPECT_EQ(m.GetPosition(), 50u);
+  EXPECT_EQ(m.Read(buf, 1), 0u);
+}
+
+TEST(CMemFile, FixedBufferRefusesToGrow) {
+  BYTE fixed[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  CMemFile m(fixed, sizeof fixed);
+  EXPECT_EQ(m.GetLength(), 8u);
+  BYTE out[8];
+  EXPECT_EQ(m.Read(out, 8), 8u);
+  EXPECT_EQ(out[7], 8);
+  try {
+    m.Write(out, 1);
+    FAIL();
+  } catch (CMemoryException* e) {
+    e->Delete();
+  }
+  m.Detach();  // the caller's buffer stays the caller's
+}
+
+TEST(CArchive, DirectBufferingOnAMemoryFileKeepsPositionsExact) {
+  CMemFile m;
+  {
+    CArchive ar(&m, CArchive::store);
+    for (int i = 0; i < 5000; ++i) ar << WORD(i);  // crosses several 4096-byte windows
+  }
+  EXPECT_EQ(m.GetLength(), 10000u);
+  m.SeekToBegin();
+  CArchive ar(&m, CArchive::load);
+  WORD w;
+  for (int i = 0; i < 3; ++i) ar >> w;
+  ar.Flush();  // gives back unread bytes: the file position is exact
+  EXPECT_EQ(m.GetPosition(), 6u);
+  char raw[4];
+  EXPECT_EQ(ar.Read(raw, 4), 4u);
+  ar >> w;
+  EXPECT_EQ(w, 5);
+}
