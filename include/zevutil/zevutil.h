@@ -6,6 +6,7 @@
 
 // Library frame: load/unload, report stream, archive forms, memory archive, checksum.
 #include "zevutil/CCalcCRC32.h"
+#include "zevutil/VqeReportStream.h"
 
 // Object identity.
 
