@@ -17,6 +17,7 @@
 // Codecs and utilities.
 
 // Trace-file formats.
+#include "zevutil/CAbi.h"
 
 // Output and export.
 
