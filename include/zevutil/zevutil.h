@@ -15,6 +15,7 @@
 // Sequence and run-data model.
 
 // Codecs and utilities.
+#include "zevutil/CBitVector.h"
 
 // Trace-file formats.
 #include "zevutil/CAbi.h"
