@@ -7,6 +7,8 @@
 // Library frame: load/unload, report stream, archive forms, memory archive, checksum.
 #include "zevutil/CCalcCRC32.h"
 #include "zevutil/VqeReportStream.h"
+#include "zevutil/CMemArchive.h"
+#include "zevutil/CComDLL.h"
 
 // Object identity.
 
