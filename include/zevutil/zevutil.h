@@ -11,6 +11,7 @@
 #include "zevutil/CComDLL.h"
 
 // Object identity.
+#include "zevutil/CObSeq.h"
 
 // Persistent objects.
 
