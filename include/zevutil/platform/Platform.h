@@ -11,3 +11,4 @@
 #include "zevutil/platform/Sync.h"
 #include "zevutil/platform/Host.h"
 #include "zevutil/platform/Com.h"
+#include "zevutil/platform/StringCompare.h"
