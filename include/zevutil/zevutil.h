@@ -16,9 +16,11 @@
 // Persistent objects.
 
 // Sequence and run-data model.
+#include "zevutil/IUBCODE.h"
 
 // Codecs and utilities.
 #include "zevutil/CBitVector.h"
+#include "zevutil/VqDictionary.h"
 
 // Trace-file formats.
 #include "zevutil/CAbi.h"
