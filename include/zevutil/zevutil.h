@@ -21,6 +21,7 @@
 // Codecs and utilities.
 #include "zevutil/CBitVector.h"
 #include "zevutil/VqDictionary.h"
+#include "zevutil/VqDataCompressor.h"
 
 // Trace-file formats.
 #include "zevutil/CAbi.h"
