@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <vector>
 
 namespace zev {
 
@@ -83,6 +84,23 @@ class ByteCursor {
   float F32() { std::uint32_t u = U32(); float f; std::memcpy(&f, &u, 4); return f; }
   double F64() { std::uint64_t u = U64(); double d; std::memcpy(&d, &u, 8); return d; }
 
+  // The n bytes at the position without moving, or null when fewer remain.
+  const std::uint8_t* Peek(std::size_t n) const { return n <= Remaining() ? m_data + m_pos : nullptr; }
+
+  // n values of 16 bits into out; what lies past the end reads as zero.
+  void ReadU16Array(std::uint16_t* out, std::size_t n) {
+    const std::uint8_t* p = n <= Remaining() / 2 ? Peek(n * 2) : nullptr;
+    if (p) {
+      if (m_big)
+        for (std::size_t i = 0; i < n; ++i) out[i] = std::uint16_t((p[2 * i] << 8) | p[2 * i + 1]);
+      else
+        for (std::size_t i = 0; i < n; ++i) out[i] = std::uint16_t(p[2 * i] | (p[2 * i + 1] << 8));
+      m_pos += n * 2;
+      return;
+    }
+    for (std::size_t i = 0; i < n; ++i) out[i] = U16();
+  }
+
   // n bytes as a string (shorter at the end of the data).
   std::string Bytes(std::size_t n) {
     std::size_t have = n <= Remaining() ? n : Remaining();
@@ -110,5 +128,37 @@ class ByteCursor {
   bool m_big = false;
   bool m_overrun = false;
 };
+
+// Reads an open file from its position to its end into bytes. File is anything with
+// GetLength, GetPosition and Read as CFile has them; a short read is no error.
+template <class File>
+void ReadAllBytes(File& file, std::vector<std::uint8_t>& bytes) {
+  bytes.clear();
+  unsigned long long length = file.GetLength();
+  unsigned long long pos = file.GetPosition();
+  unsigned long long want = length > pos ? length - pos : 0;
+  if (want > std::numeric_limits<std::size_t>::max()) want = std::numeric_limits<std::size_t>::max();
+  bytes.resize(std::size_t(want));
+  std::size_t have = 0;
+  while (have < bytes.size()) {
+    std::size_t chunk = bytes.size() - have;
+    if (chunk > (1u << 30)) chunk = 1u << 30;
+    unsigned got = file.Read(bytes.data() + have, static_cast<unsigned>(chunk));
+    if (got == 0) break;
+    have += got;
+  }
+  bytes.resize(have);
+}
+
+// Writes bytes to an open file in chunks that its 32-bit Write can take.
+template <class File>
+void WriteAllBytes(File& file, const std::uint8_t* data, std::size_t size) {
+  while (size) {
+    std::size_t chunk = size > (1u << 30) ? (1u << 30) : size;
+    file.Write(data, static_cast<unsigned>(chunk));
+    data += chunk;
+    size -= chunk;
+  }
+}
 
 }  // namespace zev

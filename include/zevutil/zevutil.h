@@ -24,6 +24,9 @@
 #include "zevutil/VqDataCompressor.h"
 
 // Trace-file formats.
+#include "zevutil/CScf.h"
+#include "zevutil/CEsd.h"
+#include "zevutil/CCrv.h"
 #include "zevutil/CAbi.h"
 
 // Output and export.

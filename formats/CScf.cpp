@@ -1,0 +1,663 @@
+// CScf: reading and writing SCF files. Reading takes the whole file into memory and
+// walks it with a big-endian ByteCursor; writing builds the file in memory and
+// writes it in one go.
+#include "zevutil/CScf.h"
+
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "formats/ByteCursor.h"
+
+namespace zev {
+
+namespace {
+
+// Counts come from the file: an array is made only when its stored records could
+// fit in the file at all, so a damaged count never drives a large allocation.
+void CheckCount(std::uint64_t count, std::size_t storedRecordSize, std::size_t fileSize) {
+  if (count > fileSize / storedRecordSize) throw new CMemoryException;
+}
+
+// The version text as the C library's atof reads it: leading blanks, an optional
+// sign, then a decimal number; anything unreadable is 0.
+double VersionNumber(const char (&text)[4]) {
+  char buf[5] = {};
+  std::memcpy(buf, text, 4);
+  const char* p = buf;
+  const char* end = buf + std::strlen(buf);
+  while (p < end && (*p == ' ' || (*p >= '\t' && *p <= '\r'))) ++p;
+  if (p < end && *p == '+') ++p;
+  double v = 0;
+  if (std::from_chars(p, end, v, std::chars_format::general).ec != std::errc()) return 0;
+  return v;
+}
+
+inline BYTE* PutU32(BYTE* p, DWORD v) {
+  p[0] = BYTE(v >> 24); p[1] = BYTE(v >> 16); p[2] = BYTE(v >> 8); p[3] = BYTE(v);
+  return p + 4;
+}
+inline BYTE* PutU32LE(BYTE* p, DWORD v) {
+  p[0] = BYTE(v); p[1] = BYTE(v >> 8); p[2] = BYTE(v >> 16); p[3] = BYTE(v >> 24);
+  return p + 4;
+}
+inline BYTE* PutU16(BYTE* p, WORD v) {
+  p[0] = BYTE(v >> 8); p[1] = BYTE(v);
+  return p + 2;
+}
+
+template <class T>
+void DeltaEncodeT(T* s, std::size_t n) {
+  for (int pass = 0; pass < 2; ++pass) {
+    T prev = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      T cur = s[i];
+      s[i] = T(s[i] - prev);
+      prev = cur;
+    }
+  }
+}
+
+template <class T>
+void DeltaDecodeT(T* s, std::size_t n) {
+  for (int pass = 0; pass < 2; ++pass) {
+    T prev = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      s[i] = T(s[i] + prev);
+      prev = s[i];
+    }
+  }
+}
+
+}  // namespace
+
+void CScf::DeltaEncode(unsigned short* s, std::size_t n) { DeltaEncodeT(s, n); }
+void CScf::DeltaDecode(unsigned short* s, std::size_t n) { DeltaDecodeT(s, n); }
+void CScf::DeltaEncode(unsigned char* s, std::size_t n) { DeltaEncodeT(s, n); }
+void CScf::DeltaDecode(unsigned char* s, std::size_t n) { DeltaDecodeT(s, n); }
+
+CScf::CScf() : m_pFileStatus(std::make_unique<CFileStatus>()) {
+  std::memset(&m_Header, 0, sizeof m_Header);
+  std::memset(&m_PrivateHeader, 0, sizeof m_PrivateHeader);
+  m_PrivateHeader.version = 300;
+  std::memset(m_szBarcode, 0, sizeof m_szBarcode);
+  std::memset(m_szSubjectID, 0, sizeof m_szSubjectID);
+}
+
+CScf::~CScf() = default;
+
+void CScf::InitMemberData() {
+  std::memset(&m_Header, 0, sizeof m_Header);
+  std::memset(&m_PrivateHeader, 0, sizeof m_PrivateHeader);
+  m_strBaseSequence.Empty();
+  m_strCommentText.Empty();
+  m_Comments.RemoveAll();
+  m_Bases = {};
+  m_Samples1 = {};
+  m_Samples2 = {};
+  m_RawData = {};
+  m_CvtData = {};
+  // Barcode and subject ID stay: a file without them leaves the previous values.
+}
+
+CString CScf::GetVersion() const {
+  // kept: the text runs from the version field up to the first NUL, so after a Read
+  // it carries the low byte of the sample size; callers take four characters. The
+  // scan stops at the end of the header.
+  BYTE image[sizeof(ScfHeader)];
+  std::memcpy(image, &m_Header, sizeof image);
+  std::size_t from = offsetof(ScfHeader, version), to = from;
+  while (to < sizeof image && image[to] != 0) ++to;
+  return CString(reinterpret_cast<const char*>(image + from), int(to - from));
+}
+
+// ---- reading ----
+
+void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
+  InitMemberData();
+  ByteCursor cur(data, size, true);
+
+  // Header.
+  cur.Seek(0);
+  m_Header.magic = cur.U32();
+  m_Header.samples = cur.U32();
+  m_Header.samplesOffset = cur.U32();
+  m_Header.bases = cur.U32();
+  m_Header.basesLeftClip = cur.U32();
+  m_Header.basesRightClip = cur.U32();
+  m_Header.basesOffset = cur.U32();
+  m_Header.commentsSize = cur.U32();
+  m_Header.commentsOffset = cur.U32();
+  cur.Read(m_Header.version, 4);
+  m_Header.sampleSize = cur.U32();
+  m_Header.codeSet = cur.U32();
+  m_Header.privateSize = cur.U32();
+  m_Header.privateOffset = cur.U32();
+  cur.Read(m_Header.spare, sizeof m_Header.spare);
+  if (m_Header.magic != kMagic) throw CScfException("Incorrect Magic Number");
+  double version = VersionNumber(m_Header.version);
+  if (version >= 2.0 && version < 3.0) {
+    m_nVersion = 210;
+  } else if (version >= 3.0 && version < 4.0) {
+    m_nVersion = 300;
+  } else {
+    CString msg;
+    msg.Format("Unknown version: %s", CString(m_Header.version, 4).GetString());
+    throw CScfException(msg);
+  }
+
+  auto readPrivateHeader = [&] {
+    ScfPrivateHeader& p = m_PrivateHeader;
+    if (m_Header.privateSize < sizeof(ScfPrivateHeader)) {
+      p.analyzedScaleFactor = 1;
+      p.analyzedSampleRate = 1;
+      p.rawScaleFactor = 4;
+      p.rawSampleRate = 2;
+      p.currentScaleFactor = 1;
+      p.barcodeOffset = 0;
+      return;
+    }
+    cur.Seek(m_Header.privateOffset);
+    // kept: the private magic is not checked.
+    p.magic = cur.U32();
+    p.rawDataSize = cur.U32();
+    p.rawDataOffset = cur.U32();
+    p.cvtDataSize = cur.U32();
+    p.cvtDataOffset = cur.U32();
+    p.version = cur.U32();
+    p.rawScaleFactor = cur.U32();
+    p.rawSampleRate = cur.U32();
+    p.analyzedScaleFactor = cur.U32();
+    p.analyzedSampleRate = cur.U32();
+    p.currentScaleFactor = cur.U32();
+    p.barcodeOffset = cur.U32();
+    // kept: this one word is stored little-endian; readers of older files rely on it.
+    cur.SetBigEndian(false);
+    p.subjectIdOffset = cur.U32();
+    cur.SetBigEndian(true);
+    cur.Read(p.spare, sizeof p.spare);
+    if (p.version < 100) p.rawScaleFactor = 4;
+    if (p.version < 200) {
+      p.rawSampleRate = 2;
+      p.analyzedScaleFactor = 1;
+      p.analyzedSampleRate = 1;
+    }
+    if (p.version < 300) p.currentScaleFactor = 1;
+  };
+
+  if (statsOnly) {
+    readPrivateHeader();
+    return;
+  }
+
+  // Bases.
+  if (DWORD n = m_Header.bases) {
+    CheckCount(n, sizeof(ScfBase), size);
+    m_Bases.resize(n);
+    std::string letters;
+    letters.resize(n);
+    cur.Seek(m_Header.basesOffset);
+    if (m_nVersion == 210) {
+      for (DWORD i = 0; i < n; ++i) {
+        ScfBase& b = m_Bases[i];
+        b.peakIndex = cur.U32();
+        b.probA = cur.U8();
+        b.probC = cur.U8();
+        b.probG = cur.U8();
+        b.probT = cur.U8();
+        b.base = char(cur.U8());
+        cur.Read(b.spare, 3);
+        letters[i] = b.base;
+      }
+    } else {
+      // The spare array after the letters is not read.
+      for (DWORD i = 0; i < n; ++i) m_Bases[i].peakIndex = cur.U32();
+      for (DWORD i = 0; i < n; ++i) m_Bases[i].probA = cur.U8();
+      for (DWORD i = 0; i < n; ++i) m_Bases[i].probC = cur.U8();
+      for (DWORD i = 0; i < n; ++i) m_Bases[i].probG = cur.U8();
+      for (DWORD i = 0; i < n; ++i) m_Bases[i].probT = cur.U8();
+      for (DWORD i = 0; i < n; ++i) letters[i] = m_Bases[i].base = char(cur.U8());
+    }
+    m_strBaseSequence = CString(std::move(letters));
+  }
+
+  // Samples: 1 byte per value only when the header says exactly 1, else 2.
+  if (DWORD n = m_Header.samples) {
+    bool oneByte = m_Header.sampleSize == 1;
+    CheckCount(n, oneByte ? sizeof(ScfSample1) : sizeof(ScfSample2), size);
+    cur.Seek(m_Header.samplesOffset);
+    if (oneByte) {
+      m_Samples1.resize(n);
+      if (m_nVersion == 210) {
+        for (DWORD i = 0; i < n; ++i) cur.Read(&m_Samples1[i], 4);
+      } else {
+        std::vector<BYTE> channel(n);
+        BYTE ScfSample1::*fields[4] = {&ScfSample1::a, &ScfSample1::c, &ScfSample1::g, &ScfSample1::t};
+        for (auto field : fields) {
+          cur.Read(channel.data(), n);
+          DeltaDecode(channel.data(), n);
+          for (DWORD i = 0; i < n; ++i) m_Samples1[i].*field = channel[i];
+        }
+      }
+    } else {
+      m_Samples2.resize(n);
+      if (m_nVersion == 210) {
+        for (DWORD i = 0; i < n; ++i) {
+          WORD v[4];
+          cur.ReadU16Array(v, 4);
+          m_Samples2[i] = {v[0], v[1], v[2], v[3]};
+        }
+      } else {
+        std::vector<WORD> channel(n);
+        WORD ScfSample2::*fields[4] = {&ScfSample2::a, &ScfSample2::c, &ScfSample2::g, &ScfSample2::t};
+        for (auto field : fields) {
+          cur.ReadU16Array(channel.data(), n);
+          DeltaDecode(channel.data(), n);
+          for (DWORD i = 0; i < n; ++i) m_Samples2[i].*field = channel[i];
+        }
+      }
+    }
+  }
+
+  // Comments: one element per line, without its newline, up to any NUL inside it.
+  if (DWORD n = m_Header.commentsSize) {
+    cur.Seek(m_Header.commentsOffset);
+    std::size_t have = n <= cur.Remaining() ? n : cur.Remaining();
+    const char* text = reinterpret_cast<const char*>(cur.Peek(have));
+    std::size_t start = 0;
+    for (std::size_t i = 0; i <= have; ++i) {
+      bool atEnd = i == have;
+      if (!atEnd && text[i] != '\n') continue;
+      std::size_t len = 0;
+      while (start + len < i && text[start + len] != '\0') ++len;
+      // A last piece without a newline counts only when it holds text.
+      if (!atEnd || len > 0) m_Comments.AddTail(CString(text + start, int(len)));
+      start = i + 1;
+    }
+    cur.Skip(have);
+  }
+
+  // Private section.
+  readPrivateHeader();
+  if (DWORD n = m_PrivateHeader.rawDataSize) {
+    CheckCount(n, sizeof(ScfRawData), size);
+    m_RawData.resize(n);
+    cur.Seek(std::uint64_t(m_Header.privateOffset) + m_PrivateHeader.rawDataOffset);
+    for (DWORD i = 0; i < n; ++i) cur.ReadU16Array(m_RawData[i].v, 4);
+  }
+  if (DWORD n = m_PrivateHeader.cvtDataSize) {
+    CheckCount(n, sizeof(ScfCvtData), size);
+    m_CvtData.resize(n);
+    cur.Seek(std::uint64_t(m_Header.privateOffset) + m_PrivateHeader.cvtDataOffset);
+    cur.Read(m_CvtData.data(), std::size_t(n) * sizeof(ScfCvtData));
+  }
+  // kept: only whether the offsets are non-zero counts; barcode and subject ID are
+  // read from wherever the data stands, which in files written here is right after
+  // the cvt data.
+  if (m_PrivateHeader.barcodeOffset != 0) cur.Read(m_szBarcode, 128);
+  if (m_PrivateHeader.subjectIdOffset != 0) cur.Read(m_szSubjectID, 128);
+}
+
+BOOL CScf::ReadFromMemory(const void* data, std::size_t size) {
+  m_bStatusValid = FALSE;
+  try {
+    Parse(static_cast<const BYTE*>(data), size, false);
+    return TRUE;
+  } catch (const CScfException&) {
+  } catch (CMemoryException* e) {
+    e->Delete();
+  } catch (const std::bad_alloc&) {
+  }
+  return FALSE;
+}
+
+BOOL CScf::GetFileStatsFromMemory(const void* data, std::size_t size, unsigned int& samples,
+                                  unsigned int& rawData) {
+  m_bStatusValid = FALSE;
+  try {
+    Parse(static_cast<const BYTE*>(data), size, true);
+    samples = m_Header.samples;
+    rawData = m_PrivateHeader.rawDataSize;
+    return TRUE;
+  } catch (const CScfException&) {
+  }
+  return FALSE;
+}
+
+BOOL CScf::ReadFile(const CString& path, bool statsOnly) {
+  m_strFileName = path;
+  m_bStatusValid = FALSE;
+  CFile file;
+  try {
+    if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) {
+      // The open is not tested: the failure shows at the first seek, after the
+      // member data has been released.
+      InitMemberData();
+      return FALSE;
+    }
+    std::vector<BYTE> bytes;
+    ReadAllBytes(file, bytes);
+    Parse(bytes.data(), bytes.size(), statsOnly);
+    file.GetStatus(*m_pFileStatus);
+    file.Close();
+    m_bStatusValid = TRUE;
+    return TRUE;
+  } catch (CFileException* e) {
+    e->Delete();
+  } catch (const CScfException&) {
+  } catch (CMemoryException* e) {
+    e->Delete();
+  } catch (const std::bad_alloc&) {
+  }
+  file.Abort();
+  return FALSE;
+}
+
+BOOL CScf::Read(const CString& path) { return ReadFile(path, false); }
+
+BOOL CScf::GetFileStats(const CString& path, unsigned int& samples, unsigned int& rawData) {
+  if (!ReadFile(path, true)) return FALSE;
+  samples = m_Header.samples;
+  rawData = m_PrivateHeader.rawDataSize;
+  return TRUE;
+}
+
+BOOL CScf::GetFileStatus(CFileStatus& status) const {
+  if (!m_bStatusValid) return FALSE;
+  status = *m_pFileStatus;
+  return TRUE;
+}
+
+// ---- writing ----
+
+void CScf::Serialize(std::vector<BYTE>& out) {
+  const DWORD nBases = m_Header.bases;
+  const DWORD nSamples = m_Header.samples;
+  const DWORD nRaw = m_PrivateHeader.rawDataSize;
+  const DWORD nCvt = m_PrivateHeader.cvtDataSize;
+  // A count with no array behind it (samples read at 1 byte, or a failed Read)
+  // cannot be written.
+  if (nBases > m_Bases.size() || nSamples > m_Samples2.size() || nRaw > m_RawData.size() ||
+      nCvt > m_CvtData.size())
+    throw new CMemoryException;
+
+  m_strCommentText.Empty();
+  for (POSITION pos = m_Comments.GetHeadPosition(); pos;) m_strCommentText += m_Comments.GetNext(pos);
+  const std::uint64_t commentBytes = std::uint64_t(m_strCommentText.GetLength());
+  const std::uint64_t baseBytes = 12ull * nBases;
+  const std::uint64_t sampleBytes = 8ull * nSamples;
+  const std::uint64_t privateSize = 128ull + 8ull * nRaw + 3ull * nCvt;
+  const std::uint64_t total = 128 + commentBytes + baseBytes + sampleBytes + privateSize + 256;
+  if (total > std::numeric_limits<DWORD>::max()) throw new CMemoryException;
+
+  m_Header.commentsSize = DWORD(commentBytes);
+  m_Header.privateSize = DWORD(privateSize);
+
+  out.resize(std::size_t(total));
+  BYTE* p = out.data();
+
+  // Header: a swapped copy; the in-memory one keeps only the sizes set above.
+  p = PutU32(p, kMagic);
+  p = PutU32(p, nSamples);
+  p = PutU32(p, nSamples ? DWORD(128 + commentBytes + baseBytes) : 0);
+  p = PutU32(p, nBases);
+  p = PutU32(p, 0);
+  p = PutU32(p, 0);
+  p = PutU32(p, nBases ? DWORD(128 + commentBytes) : 0);
+  p = PutU32(p, DWORD(commentBytes));
+  p = PutU32(p, commentBytes ? 128 : 0);
+  std::memcpy(p, m_nVersion == 300 ? "3.00" : "2.10", 4);
+  p += 4;
+  p = PutU32(p, 2);
+  p = PutU32(p, 2);
+  p = PutU32(p, DWORD(privateSize));
+  p = PutU32(p, DWORD(128 + commentBytes + baseBytes + sampleBytes));
+  std::memcpy(p, m_Header.spare, sizeof m_Header.spare);
+  p += sizeof m_Header.spare;
+
+  // Comments: the texts run together, no terminator.
+  if (commentBytes) std::memcpy(p, m_strCommentText.GetString(), std::size_t(commentBytes));
+  p += commentBytes;
+
+  // Bases.
+  if (m_nVersion == 300) {
+    for (DWORD i = 0; i < nBases; ++i) p = PutU32(p, m_Bases[i].peakIndex);
+    for (DWORD i = 0; i < nBases; ++i) *p++ = m_Bases[i].probA;
+    for (DWORD i = 0; i < nBases; ++i) *p++ = m_Bases[i].probC;
+    for (DWORD i = 0; i < nBases; ++i) *p++ = m_Bases[i].probG;
+    for (DWORD i = 0; i < nBases; ++i) *p++ = m_Bases[i].probT;
+    for (DWORD i = 0; i < nBases; ++i) *p++ = BYTE(m_Bases[i].base);
+    for (DWORD i = 0; i < nBases; ++i, p += 3) std::memcpy(p, m_Bases[i].spare, 3);
+  } else {
+    for (DWORD i = 0; i < nBases; ++i) {
+      const ScfBase& b = m_Bases[i];
+      p = PutU32(p, b.peakIndex);
+      p[0] = b.probA; p[1] = b.probC; p[2] = b.probG; p[3] = b.probT;
+      p[4] = BYTE(b.base);
+      std::memcpy(p + 5, b.spare, 3);
+      p += 8;
+    }
+  }
+
+  // Samples, from the 16-bit array only.
+  if (m_nVersion == 300) {
+    std::vector<WORD> channel(nSamples);
+    const WORD ScfSample2::*fields[4] = {&ScfSample2::a, &ScfSample2::c, &ScfSample2::g, &ScfSample2::t};
+    for (auto field : fields) {
+      for (DWORD i = 0; i < nSamples; ++i) channel[i] = m_Samples2[i].*field;
+      DeltaEncode(channel.data(), nSamples);
+      for (DWORD i = 0; i < nSamples; ++i) p = PutU16(p, channel[i]);
+    }
+  } else {
+    for (DWORD i = 0; i < nSamples; ++i) {
+      const ScfSample2& s = m_Samples2[i];
+      p = PutU16(p, s.a);
+      p = PutU16(p, s.c);
+      p = PutU16(p, s.g);
+      p = PutU16(p, s.t);
+    }
+  }
+
+  // Private section.
+  ScfPrivateHeader& ph = m_PrivateHeader;
+  ph.rawDataOffset = 128;
+  ph.cvtDataOffset = 128 + 8 * nRaw;
+  ph.barcodeOffset = 128 + 8 * nRaw + 3 * nCvt;
+  ph.subjectIdOffset = ph.barcodeOffset + 128;
+  p = PutU32(p, kPrivateMagic);
+  p = PutU32(p, nRaw);
+  p = PutU32(p, ph.rawDataOffset);
+  p = PutU32(p, nCvt);
+  p = PutU32(p, ph.cvtDataOffset);
+  p = PutU32(p, ph.version);
+  p = PutU32(p, ph.rawScaleFactor);
+  p = PutU32(p, ph.rawSampleRate);
+  p = PutU32(p, ph.analyzedScaleFactor);
+  p = PutU32(p, ph.analyzedSampleRate);
+  p = PutU32(p, ph.currentScaleFactor);
+  p = PutU32(p, ph.barcodeOffset);
+  // kept: the subject ID offset goes out unswapped, as readers expect.
+  p = PutU32LE(p, ph.subjectIdOffset);
+  std::memcpy(p, ph.spare, sizeof ph.spare);
+  p += sizeof ph.spare;
+  for (DWORD i = 0; i < nRaw; ++i)
+    for (WORD v : m_RawData[i].v) p = PutU16(p, v);
+  if (nCvt) std::memcpy(p, m_CvtData.data(), std::size_t(nCvt) * 3);
+  p += std::size_t(nCvt) * 3;
+  std::memcpy(p, m_szBarcode, 128);
+  std::memcpy(p + 128, m_szSubjectID, 128);
+}
+
+BOOL CScf::WriteToMemory(std::vector<BYTE>& out) {
+  m_bStatusValid = FALSE;
+  try {
+    Serialize(out);
+    return TRUE;
+  } catch (CMemoryException* e) {
+    e->Delete();
+  } catch (const std::bad_alloc&) {
+  }
+  out.clear();
+  return FALSE;
+}
+
+BOOL CScf::Write(const CString& path) {
+  m_strFileName = path;
+  m_bStatusValid = FALSE;
+  CFile file;
+  try {
+    std::vector<BYTE> bytes;
+    Serialize(bytes);
+    // The open is not tested: an unwritable path fails at the first write.
+    file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary);
+    WriteAllBytes(file, bytes.data(), bytes.size());
+    file.GetStatus(*m_pFileStatus);
+    file.Close();
+    m_bStatusValid = TRUE;
+    return TRUE;
+  } catch (CFileException* e) {
+    e->Delete();
+  } catch (CMemoryException* e) {
+    e->Delete();
+  } catch (const std::bad_alloc&) {
+  }
+  file.Abort();
+  return FALSE;
+}
+
+// ---- building ----
+
+POSITION CScf::AddComment(CString text) {
+  text += "\n";
+  return m_Comments.AddTail(text);
+}
+
+int CScf::InitBaseSizeAndArray(unsigned int count) {
+  m_Header.bases = count;
+  m_Bases = {};
+  m_Bases.resize(count);
+  return 1;
+}
+
+BOOL CScf::SetBase(int i, unsigned int peak, unsigned char a, unsigned char c, unsigned char g,
+                   unsigned char t, char base) {
+  if (i < 0 || unsigned(i) >= m_Header.bases || unsigned(i) >= m_Bases.size()) return FALSE;
+  ScfBase& b = m_Bases[unsigned(i)];
+  b.peakIndex = peak;
+  b.probA = a;
+  b.probC = c;
+  b.probG = g;
+  b.probT = t;
+  b.base = base;
+  return TRUE;
+}
+
+BOOL CScf::GetBase(int i, unsigned int& peak, unsigned char& a, unsigned char& c, unsigned char& g,
+                   unsigned char& t, char& base) const {
+  if (i < 0 || unsigned(i) >= m_Header.bases || unsigned(i) >= m_Bases.size()) return FALSE;
+  const ScfBase& b = m_Bases[unsigned(i)];
+  peak = b.peakIndex;
+  a = b.probA;
+  c = b.probC;
+  g = b.probG;
+  t = b.probT;
+  base = b.base;
+  return TRUE;
+}
+
+int CScf::InitSampleSizeAndArray(unsigned int count, unsigned int analyzedScale, unsigned int analyzedRate) {
+  m_Header.samples = count;
+  m_Header.sampleSize = 2;
+  m_PrivateHeader.analyzedScaleFactor = analyzedScale;
+  m_PrivateHeader.analyzedSampleRate = analyzedRate;
+  m_Samples1 = {};
+  m_Samples2 = {};
+  m_Samples2.resize(count);
+  return 1;
+}
+
+BOOL CScf::SetSample(int i, unsigned short a, unsigned short c, unsigned short g, unsigned short t) {
+  if (i < 0 || unsigned(i) >= m_Header.samples || unsigned(i) >= m_Samples2.size()) return FALSE;
+  m_Samples2[unsigned(i)] = {a, c, g, t};
+  return TRUE;
+}
+
+BOOL CScf::GetSample(int i, unsigned short& a, unsigned short& c, unsigned short& g,
+                     unsigned short& t) const {
+  if (i < 0 || unsigned(i) >= m_Header.samples) return FALSE;
+  if (m_Header.sampleSize == 1) {
+    if (unsigned(i) >= m_Samples1.size()) return FALSE;
+    const ScfSample1& s = m_Samples1[unsigned(i)];
+    a = s.a; c = s.c; g = s.g; t = s.t;
+    return TRUE;
+  }
+  if (m_Header.sampleSize == 2) {
+    if (unsigned(i) >= m_Samples2.size()) return FALSE;
+    const ScfSample2& s = m_Samples2[unsigned(i)];
+    a = s.a; c = s.c; g = s.g; t = s.t;
+    return TRUE;
+  }
+  a = c = g = t = 0;
+  return FALSE;
+}
+
+int CScf::InitRawDataSizeAndArray(unsigned int count, unsigned int rawScale, unsigned int rawRate) {
+  m_PrivateHeader.rawDataSize = count;
+  m_PrivateHeader.rawScaleFactor = rawScale;
+  m_PrivateHeader.rawSampleRate = rawRate;
+  m_RawData = {};
+  m_RawData.resize(count);
+  return 1;
+}
+
+BOOL CScf::SetRawData(int i, unsigned short v1, unsigned short v2, unsigned short v3, unsigned short v4) {
+  if (i < 0 || unsigned(i) >= m_PrivateHeader.rawDataSize || unsigned(i) >= m_RawData.size()) return FALSE;
+  m_RawData[unsigned(i)] = {{v1, v2, v3, v4}};
+  return TRUE;
+}
+
+BOOL CScf::GetRawData(int i, unsigned short& v1, unsigned short& v2, unsigned short& v3,
+                      unsigned short& v4) const {
+  if (i < 0 || unsigned(i) >= m_PrivateHeader.rawDataSize || unsigned(i) >= m_RawData.size()) return FALSE;
+  const ScfRawData& r = m_RawData[unsigned(i)];
+  v1 = r.v[0]; v2 = r.v[1]; v3 = r.v[2]; v4 = r.v[3];
+  return TRUE;
+}
+
+int CScf::InitCvtDataSizeAndArray(unsigned int count, unsigned int currentScale) {
+  m_PrivateHeader.cvtDataSize = count;
+  m_PrivateHeader.currentScaleFactor = currentScale;
+  m_CvtData = {};
+  m_CvtData.resize(count);
+  return 1;
+}
+
+BOOL CScf::SetCvtData(int i, unsigned char v1, unsigned char v2, unsigned char v3) {
+  if (i < 0 || unsigned(i) >= m_PrivateHeader.cvtDataSize || unsigned(i) >= m_CvtData.size()) return FALSE;
+  m_CvtData[unsigned(i)] = {{v1, v2, v3}};
+  return TRUE;
+}
+
+BOOL CScf::GetCvtData(int i, unsigned char& v1, unsigned char& v2, unsigned char& v3) const {
+  if (i < 0 || unsigned(i) >= m_PrivateHeader.cvtDataSize || unsigned(i) >= m_CvtData.size()) return FALSE;
+  const ScfCvtData& r = m_CvtData[unsigned(i)];
+  v1 = r.v[0]; v2 = r.v[1]; v3 = r.v[2];
+  return TRUE;
+}
+
+namespace {
+void CopyField(char* field, const char* text) {
+  if (!text) {
+    field[0] = '\0';
+    return;
+  }
+  std::strncpy(field, text, 127);
+  field[127] = '\0';
+}
+}  // namespace
+
+void CScf::SetBarcode(const char* text) { CopyField(m_szBarcode, text); }
+void CScf::SetSubjectID(const char* text) { CopyField(m_szSubjectID, text); }
+
+}  // namespace zev
