@@ -22,6 +22,11 @@
 #include "zevutil/CBitVector.h"
 #include "zevutil/VqDictionary.h"
 #include "zevutil/VqDataCompressor.h"
+#include "zevutil/CRegistryValue.h"
+#include "zevutil/SafeString.h"
+#include "zevutil/CZevDateTime.h"
+#include "zevutil/CxFilePath.h"
+#include "zevutil/SysProcessChk.h"
 
 // Trace-file formats.
 #include "zevutil/CScf.h"
