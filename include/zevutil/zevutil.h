@@ -16,6 +16,9 @@
 // Persistent objects.
 
 // Sequence and run-data model.
+#include "zevutil/CChannelDef.h"
+#include "zevutil/CChannelIDList.h"
+#include "zevutil/ContaminantMatch.h"
 #include "zevutil/IUBCODE.h"
 
 // Codecs and utilities.
