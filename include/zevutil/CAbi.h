@@ -240,14 +240,16 @@ class CAbi {
   class Image;  // the file being written, in memory
 
   void InitMemberData();
+  void ParseFile(ByteCursor& in, bool directoryOnly);
   Abi_flag_record* Record(const char* tag, LONG number);
-  Abi_flag_record* TableSlot(int index);
-  LONG TableCount(int index);
+  LONG RecordCount(const char* tag, LONG number);
+  const Abi_flag_record* Present(const char* tag, LONG number);  // with a count above 0
+  LONG DataCount(int first, int channels, bool largest);
 
   // Reading.
   void ReadHeader(ByteCursor& in);
   void ReadFlagRecords(ByteCursor& in);
-  void ReadTableFromDirectory(int tableSize);
+  void ReadFlagRecordsInto(int tableSize);
   void ReadSequenceFlagRecords();
   void ReadFragmentFlagRecords();
   void ReadComments(ByteCursor& in);
@@ -258,14 +260,11 @@ class CAbi {
   void ReadCvpt(ByteCursor& in);
   void ReadMatrix(ByteCursor& in);
   void ReadPeakInfo(ByteCursor& in);
-  void ReadFragmentSample(ByteCursor& in);
-  void ReadFragmentRawData(ByteCursor& in);
-  void ReadStandardPeakInfo(ByteCursor& in);
-  void ReadTrace(ByteCursor& in, int firstTag, SharedArray<AbiTraceRecord>& array, WORD fill,
-                 bool byTraceOrder);
-  CString ReadPascalString(ByteCursor& in, const Abi_flag_record& rec);
-  void ReadRunTimes(int dateStart, int dateStop, int timeStart, int timeStop);
+  void ReadTrace(ByteCursor& in, int firstTag, LONG count, SharedArray<AbiTraceRecord>& array,
+                 WORD fill, bool byTraceOrder);
+  void ReadRunTime(LONG number, CTime& time);
   CString TraceOrderText() const;
+  CString TraceOrderOrDefault() const;
 
   // Writing.
   void WriteComments(Image& out);
@@ -275,15 +274,15 @@ class CAbi {
   void WriteComments_Fragment(Image& out);
   void SetOtherFlags_Fragment(Image& out);
   void WriteMatrix(Image& out);
-  void WriteStandardPeakInfo(Image& out);
   void WriteSample(Image& out);
   void WriteRawData(Image& out);
   void WriteVcptData(Image& out);
-  void WriteTrace(Image& out, int firstTag, const SharedArray<AbiTraceRecord>& array, int count);
+  void WriteTrace(Image& out, int firstTag, LONG count, const SharedArray<AbiTraceRecord>& array);
   void WriteFlagsRecords(Image& out);
   void WriteHeader(Image& out);
-  void WritePascalString(Image& out, Abi_flag_record* rec, const CString& text);
-  void WriteRunTimes(int dateStart, int dateStop, int timeStart, int timeStop);
+  void WritePascalString(Image& out, const char* tag, LONG number, const CString& text);
+  void WriteScanRate(Image& out);
+  void SetRunTimeRecords();
 
   int m_bStatusValid = 0;
   std::shared_ptr<CFileStatus> m_pFileStatus;
@@ -315,8 +314,7 @@ class CAbi {
   float m_fAverageBaseSpace = 1.0f;
   std::shared_ptr<Abi_flag_record[]> m_pTagTable;
   int m_nTagTableSize = 0;
-  SharedArray<Abi_flag_record> m_directory;  // host order, as many as the file held
-  LONG m_nDirectoryCount = 0;
+  SharedArray<Abi_flag_record> m_directory;  // host order, as many as the header counts
   Abi_flag_record m_dirRecord = {};
   SharedArray<AbiTraceRecord> m_samples;
   SharedArray<AbiBaseRecord> m_bases;

@@ -1,0 +1,173 @@
+// Helpers shared by the ABIF reader and writer: tag matching, checked seeks and
+// allocations, and the in-memory image of a file being written.
+#pragma once
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "formats/ByteCursor.h"
+#include "zevutil/CAbi.h"
+
+namespace zev {
+namespace abif {
+
+struct TagName {
+  char tag[5];
+  LONG number;
+};
+
+// The directory of a written sequence file, in this order.
+inline constexpr TagName kSequenceTags[CAbi::kSequenceRecordCount] = {
+    {"DATA", 1}, {"DATA", 2}, {"DATA", 3},  {"DATA", 4},  {"DATA", 5}, {"DATA", 6}, {"DATA", 7},
+    {"DATA", 8}, {"DATA", 9}, {"DATA", 10}, {"DATA", 11}, {"DATA", 12}, {"AEPt", 1}, {"AEPt", 2},
+    {"FWO_", 1}, {"CpEP", 1}, {"LANE", 1},  {"MCHN", 1},  {"PBAS", 1}, {"PBAS", 2}, {"PDMF", 1},
+    {"PDMF", 2}, {"PLOC", 1}, {"PLOC", 2},  {"Rate", 1},  {"Scan", 1}, {"RUND", 1}, {"RUND", 2},
+    {"RUNT", 1}, {"RUNT", 2}, {"SMPL", 1},  {"S/N%", 1},  {"SPAC", 1}};
+
+// The directory of a written fragment file, in this order.
+inline constexpr TagName kFragmentTags[CAbi::kFragmentRecordCount] = {
+    {"DATA", 1}, {"DATA", 2}, {"DATA", 3},  {"DATA", 4},  {"DATA", 5},  {"DATA", 6}, {"DATA", 7},
+    {"DATA", 8}, {"DATA", 9}, {"DATA", 10}, {"DATA", 11}, {"DATA", 12}, {"APFN", 1}, {"CpEP", 1},
+    {"FWO_", 1}, {"GELN", 1}, {"LANE", 1},  {"LANS", 1},  {"MCHN", 1},  {"MTRX", 4}, {"MTXF", 4},
+    {"OffS", 1}, {"OffS", 2}, {"OffS", 3},  {"OffS", 4},  {"PEAK", 1},  {"PEAK", 2}, {"PEAK", 3},
+    {"PEAK", 4}, {"PK_#", 1}, {"PK_#", 2},  {"PK_#", 3},  {"PK_#", 4},  {"Rate", 1}, {"RUND", 1},
+    {"RUND", 2}, {"RUNT", 1}, {"RUNT", 2},  {"ScSt", 1},  {"SdPk", 1},  {"SdPk", 2}, {"SdPk", 3},
+    {"SdPk", 4}, {"Scan", 1}, {"SpNm", 1},  {"StdF", 1}};
+
+// The slot of a tag in the table of the given size, or -1. The names of a table are
+// never swapped, so this also finds a slot of a table that a Write left swapped.
+inline int TagIndex(int tableSize, const char* tag, LONG number) {
+  const TagName* list = tableSize == CAbi::kSequenceRecordCount   ? kSequenceTags
+                        : tableSize == CAbi::kFragmentRecordCount ? kFragmentTags
+                                                                  : nullptr;
+  for (int i = 0; list && i < tableSize; ++i)
+    if (list[i].number == number && std::memcmp(list[i].tag, tag, 4) == 0) return i;
+  return -1;
+}
+
+inline bool TagIs(const Abi_flag_record& r, const char* tag, LONG number) {
+  return std::memcmp(r.TagName, tag, 4) == 0 && r.TagNumber == number;
+}
+
+inline Abi_flag_record MakeRecord(const char* tag, LONG number) {
+  Abi_flag_record r{};
+  std::memcpy(r.TagName, tag, 4);
+  r.TagNumber = number;
+  return r;
+}
+
+inline void SetRecord(Abi_flag_record* r, WORD type, WORD size, LONG count, LONG dataSize, LONG data) {
+  if (!r) return;
+  r->ElementType = type;
+  r->ElementSize = size;
+  r->NumElements = count;
+  r->DataSize = dataSize;
+  r->DataOffset = data;
+}
+
+// 32-bit arithmetic that wraps as the old platform's did, without signed overflow.
+inline LONG AddWrap(LONG a, LONG b) { return LONG(DWORD(a) + DWORD(b)); }
+inline LONG MulWrap(LONG a, LONG b) { return LONG(DWORD(a) * DWORD(b)); }
+
+inline DWORD Swap32(DWORD v) {
+  return (v >> 24) | ((v >> 8) & 0xFF00u) | ((v << 8) & 0xFF0000u) | (v << 24);
+}
+
+// Moves to a data offset of the file. A negative offset fails as a file seek would.
+inline void SeekData(ByteCursor& in, LONG offset) {
+  if (offset < 0) AfxThrowFileException(CFileException::badSeek);
+  in.Seek(std::size_t(offset));
+}
+
+// An array read from the file is allocated only when the file could hold its data:
+// count elements of bytesEach bytes each. Anything larger fails as the allocation of
+// an absurd size did, and so does a negative count.
+inline void CheckFileCanFill(const ByteCursor& in, std::int64_t count, std::size_t bytesEach) {
+  if (count < 0 || std::uint64_t(count) * bytesEach > in.Size()) AfxThrowMemoryException();
+}
+
+// The index of a trace letter in the slots A, C, G, T; -1 for any other letter.
+inline int SlotOfLetter(char letter) {
+  switch (letter) {
+    case 'A': return 0;
+    case 'C': return 1;
+    case 'G': return 2;
+    case 'T': return 3;
+    default: return -1;
+  }
+}
+
+// A pascal string at the record's offset: a length byte and that many characters,
+// cut at a NUL byte.
+CString ReadPascalString(ByteCursor& in, const Abi_flag_record& rec);
+
+}  // namespace abif
+
+template <class T>
+void CAbi::SharedArray<T>::allocate(std::size_t count) {
+  reset();
+  if (count == 0) return;
+  try {
+    p = std::shared_ptr<T[]>(new T[count]());
+  } catch (const std::bad_alloc&) {
+    AfxThrowMemoryException();
+  }
+  n = count;
+}
+
+// The file being written: the data area as it goes out from the write cursor, one
+// block after the other, and the 128-byte header that is written at 0 last.
+class CAbi::Image {
+ public:
+  explicit Image(LONG cursor) : m_cursor(cursor) { m_data.reserve(1 << 16); }
+
+  // Where the record's data goes: the cursor as it stands. The file position moves
+  // with the bytes actually written, the cursor only by what the record states.
+  LONG Cursor() const { return m_cursor; }
+  void Advance(LONG dataSize) { m_cursor = abif::AddWrap(m_cursor, dataSize); }
+
+  void Put(const void* p, std::size_t n) {
+    const auto* b = static_cast<const std::uint8_t*>(p);
+    m_data.insert(m_data.end(), b, b + n);
+  }
+  void PutU8(std::uint8_t v) { m_data.push_back(v); }
+  void PutU16(std::uint16_t v) {
+    m_data.push_back(std::uint8_t(v >> 8));
+    m_data.push_back(std::uint8_t(v));
+  }
+  void PutU32(std::uint32_t v) {
+    PutU16(std::uint16_t(v >> 16));
+    PutU16(std::uint16_t(v));
+  }
+  // Room for n more bytes, to be filled in place; returns where they start.
+  std::uint8_t* Grow(std::size_t n) {
+    std::size_t at = m_data.size();
+    m_data.resize(at + n);
+    return m_data.data() + at;
+  }
+
+  const std::vector<std::uint8_t>& Data() const { return m_data; }
+  std::uint8_t* Header() { return m_header; }
+
+ private:
+  LONG m_cursor;
+  std::vector<std::uint8_t> m_data;
+  std::uint8_t m_header[128] = {};
+};
+
+// Big-endian stores into a byte buffer.
+inline void StoreU16(std::uint8_t* p, std::uint16_t v) {
+  p[0] = std::uint8_t(v >> 8);
+  p[1] = std::uint8_t(v);
+}
+inline void StoreU32(std::uint8_t* p, std::uint32_t v) {
+  StoreU16(p, std::uint16_t(v >> 16));
+  StoreU16(p + 2, std::uint16_t(v));
+}
+inline std::uint16_t LoadU16(const std::uint8_t* p) { return std::uint16_t((p[0] << 8) | p[1]); }
+inline std::uint32_t LoadU32(const std::uint8_t* p) {
+  return (std::uint32_t(p[0]) << 24) | (std::uint32_t(p[1]) << 16) | (std::uint32_t(p[2]) << 8) | p[3];
+}
+
+}  // namespace zev
