@@ -1,0 +1,1070 @@
+// CRegExp: compiler, matcher and searches. The compiler sizes the program in a first
+// pass and emits it in a second. The matcher backtracks over an explicit stack instead
+// of the call stack, so no text or pattern can exhaust the thread's stack, and it
+// remembers calls that failed so that ambiguous loops cannot take exponential time; both
+// leave every result exactly as plain recursive backtracking gives it.
+#include "zevutil/CRegExp.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unordered_set>
+
+#include "zevutil/platform/CException.h"
+#include "zevutil/platform/Locale.h"
+
+namespace zev {
+
+namespace {
+
+// Opcodes of the node program.
+enum : unsigned char {
+  END = 0,
+  BOL = 1,
+  EOL = 2,
+  ANY = 3,
+  ANYOF = 4,
+  ANYBUT = 5,
+  BRANCH = 6,
+  BACK = 7,
+  EXACTLY = 8,
+  NOTHING = 9,
+  STAR = 10,
+  PLUS = 11,
+  OPEN = 20,
+  CLOSE = 30,
+};
+
+// Parser flags.
+constexpr int WORST = 0;
+constexpr int HASWIDTH = 1;  // cannot match the empty string
+constexpr int SIMPLE = 2;    // matches exactly one character
+constexpr int SPSTART = 4;   // begins with a star or plus
+
+constexpr char kMeta[] = "^$.[()|?+*\\";
+
+// Zero bytes after the program: every operand string read from any node ends inside it.
+constexpr std::size_t kGuard = 8;
+// Offsets are 16 bits wide; a larger program has truncated links and gets no fast paths.
+constexpr LONG kTrustedSize = 65536;
+// Backtracking stack limit (frames); beyond it a search gives up with an error text.
+constexpr std::size_t kMaxFrames = std::size_t(1) << 22;
+// Failed calls before the matcher starts to remember them.
+constexpr std::uint64_t kMemoAfter = 20000;
+// Largest failure record kept as a bit table (bits); larger ones use a hash set.
+constexpr std::uint64_t kMemoBitsMax = std::uint64_t(1) << 28;
+
+inline unsigned OP(const char* p) { return static_cast<unsigned char>(*p); }
+inline const char* OPERAND(const char* p) { return p + 3; }
+inline char* OPERAND(char* p) { return p + 3; }
+inline bool ISMULT(char c) { return c == '*' || c == '+' || c == '?'; }
+inline bool IsOpen(unsigned op) { return op > OPEN && op < OPEN + CRegExp::NSUBEXP; }
+inline bool IsClose(unsigned op) { return op > CLOSE && op < CLOSE + CRegExp::NSUBEXP; }
+inline bool HasString(unsigned op) { return op == ANYOF || op == ANYBUT || op == EXACTLY; }
+
+
+void CopyError(char* buffer, const char* message) {
+  if (buffer) std::strcpy(buffer, message);
+}
+
+}  // namespace
+
+// What the compiled program implies, worked out once per compile.
+struct CRegExp::Tables {
+  struct CharSet {
+    unsigned char has[256];
+  };
+  std::size_t size = 0;               // program bytes, guard excluded
+  bool trusted = false;               // every link fits its 16 bits
+  std::vector<std::int32_t> classAt;  // program offset -> index into classes, or -1
+  std::vector<CharSet> classes;       // membership of each class string ('\0' never)
+  std::vector<std::int32_t> targetAt; // program offset -> failure-record slot, or -1
+  std::int32_t targets = 0;
+  bool firstValid = false;  // 'first' holds every character that can begin a match
+  unsigned char first[256] = {};
+};
+
+struct CRegExp::Frame {
+  enum Kind : unsigned char { kOpen, kClose, kBranch, kStar };
+  Kind kind;
+  unsigned char group;
+  char nextch;
+  unsigned char min;
+  const char* node;  // BRANCH: the alternative being tried; STAR/PLUS: the node after it
+  const char* save;  // input position on entry
+  std::ptrdiff_t count;
+};
+
+struct CRegExp::MatchState {
+  std::vector<Frame> stack;
+  std::vector<std::uint64_t> bits;
+  std::unordered_set<std::uint64_t> hashed;
+  std::size_t stride = 0;  // positions per target in 'bits'
+  int mode = 0;            // 0 off, 1 bit table, 2 hash set
+  std::uint64_t failures = 0;
+  bool aborted = false;
+
+  void Reset() {
+    stack.clear();
+    mode = 0;
+    failures = 0;
+    aborted = false;
+    if (!bits.empty()) std::vector<std::uint64_t>().swap(bits);
+    if (!hashed.empty()) std::unordered_set<std::uint64_t>().swap(hashed);
+  }
+};
+
+CRegExp::CRegExp() : m_pMatch(std::make_unique<MatchState>()) {
+  m_achRegDummy[0] = static_cast<char>(NOTHING);
+}
+
+CRegExp::~CRegExp() = default;
+
+CRegExp::CRegExp(const CRegExp& o) : m_pMatch(std::make_unique<MatchState>()) { *this = o; }
+
+CRegExp& CRegExp::operator=(const CRegExp& o) {
+  if (this == &o) return *this;
+  // Field by field, as they stand: the two objects then share the program and buffers
+  // (owned jointly, so either may go first).
+  m_bEmitCode = o.m_bEmitCode;
+  m_bCompiled = o.m_bCompiled;
+  m_pFoundText = o.m_pFoundText;
+  m_pTempText = o.m_pTempText;
+  m_bTempOwned = o.m_bTempOwned;
+  std::copy(std::begin(o.m_apStartp), std::end(o.m_apStartp), m_apStartp);
+  std::copy(std::begin(o.m_apEndp), std::end(o.m_apEndp), m_apEndp);
+  m_cRegStart = o.m_cRegStart;
+  m_cRegAnchor = o.m_cRegAnchor;
+  m_pRegMust = o.m_pRegMust;
+  m_nRegMustLen = o.m_nRegMustLen;
+  m_pProgram = o.m_pProgram;
+  m_pRegParse = o.m_pRegParse;
+  m_nRegNpar = o.m_nRegNpar;
+  m_pRegCode = o.m_pRegCode == o.m_achRegDummy ? m_achRegDummy : o.m_pRegCode;
+  std::copy(std::begin(o.m_achRegDummy), std::end(o.m_achRegDummy), m_achRegDummy);
+  m_lRegSize = o.m_lRegSize;
+  m_pRegInput = o.m_pRegInput;
+  m_pRegBol = o.m_pRegBol;
+  m_pErrorBuf = o.m_pErrorBuf;
+  m_nProgSize = o.m_nProgSize;
+  m_pTables = o.m_pTables;
+  return *this;
+}
+
+// ---------------------------------------------------------------- compiler
+
+char* CRegExp::Fail(const char* message) {
+  CopyError(m_pErrorBuf, message);
+  return nullptr;
+}
+
+void CRegExp::MatchError(const char* message) const { CopyError(m_pErrorBuf, message); }
+
+int CRegExp::RegComp(const char* pattern, int upper, char* error) {
+  m_bCompiled = 1;
+  m_pErrorBuf = error;
+  if (!pattern || !*pattern) return 0;
+
+  std::string upperCopy;
+  const char* exp = pattern;
+  if (upper) {
+    upperCopy = pattern;
+    CharUpperBuffA(upperCopy.data(), DWORD(upperCopy.size()));
+    exp = upperCopy.c_str();
+  }
+
+  // First pass: size the program.
+  m_bEmitCode = 0;
+  m_pRegParse = exp;
+  m_nRegNpar = 1;
+  m_lRegSize = 0;
+  m_achRegDummy[0] = static_cast<char>(NOTHING);
+  m_achRegDummy[1] = m_achRegDummy[2] = 0;
+  m_pRegCode = m_achRegDummy;
+  int flags = 0;
+  if (!reg(0, flags)) return 0;
+
+  // Second pass: emit it into a zeroed block followed by the guard.
+  m_pProgram.reset();
+  m_pTables.reset();
+  char* program = static_cast<char*>(std::calloc(std::size_t(m_lRegSize) + kGuard, 1));
+  if (!program) AfxThrowMemoryException();
+  m_pProgram = std::shared_ptr<char>(program, std::free);
+  m_nProgSize = std::size_t(m_lRegSize);
+  m_nodeOffsets.clear();
+  m_bEmitCode = 1;
+  m_pRegParse = exp;
+  m_nRegNpar = 1;
+  m_pRegCode = program;
+  if (!reg(0, flags)) return 0;
+
+  m_cRegStart = 0;
+  m_cRegAnchor = 0;
+  m_pRegMust = nullptr;
+  m_nRegMustLen = 0;
+  const char* next = regnext(program);
+  if (next && OP(next) == END) {  // a single top-level alternative
+    const char* scan = OPERAND(program);
+    if (OP(scan) == EXACTLY)
+      m_cRegStart = *OPERAND(scan);
+    else if (OP(scan) == BOL)
+      m_cRegAnchor = 1;
+    // With a star or plus in front every position is a candidate; a literal that every
+    // match must hold rejects most texts at once.
+    if (flags & SPSTART) {
+      const char* longest = nullptr;
+      std::size_t len = 0;
+      for (LONG steps = 0; scan && steps <= m_lRegSize; scan = regnext(scan), ++steps)
+        if (OP(scan) == EXACTLY && std::strlen(OPERAND(scan)) >= len) {
+          longest = OPERAND(scan);
+          len = std::strlen(longest);
+        }
+      m_pRegMust = longest;
+      m_nRegMustLen = int(len);
+    }
+  }
+  BuildTables();
+  return 1;
+}
+
+char* CRegExp::reg(int paren, int& flags) {
+  flags = HASWIDTH;
+  char* ret = nullptr;
+  int parno = 0;
+  if (paren) {
+    if (m_nRegNpar >= NSUBEXP) return Fail("Too many ().");
+    parno = m_nRegNpar++;
+    ret = regnode(static_cast<char>(OPEN + parno));
+  }
+
+  int brFlags = 0;
+  char* br = regbranch(brFlags);
+  if (!br) return nullptr;
+  if (ret)
+    regtail(ret, br);
+  else
+    ret = br;
+  if (!(brFlags & HASWIDTH)) flags &= ~HASWIDTH;
+  flags |= brFlags & SPSTART;
+  while (*m_pRegParse == '|') {
+    ++m_pRegParse;
+    br = regbranch(brFlags);
+    if (!br) return nullptr;
+    regtail(ret, br);
+    if (!(brFlags & HASWIDTH)) flags &= ~HASWIDTH;
+    flags |= brFlags & SPSTART;
+  }
+
+  char* ender = regnode(static_cast<char>(paren ? CLOSE + parno : END));
+  regtail(ret, ender);
+  LONG steps = 0;
+  for (br = ret; br && steps <= m_lRegSize; br = regnext(br), ++steps) regoptail(br, ender);
+
+  if (paren) {
+    if (*m_pRegParse != ')') return Fail("Unterminated ()");
+    ++m_pRegParse;
+  } else if (*m_pRegParse != '\0') {
+    if (*m_pRegParse == ')') return Fail("Unmatched ()");
+    return Fail("Internal error: invalid characters on end.");
+  }
+  return ret;
+}
+
+char* CRegExp::regbranch(int& flags) {
+  flags = WORST;
+  char* ret = regnode(static_cast<char>(BRANCH));
+  char* chain = nullptr;
+  while (*m_pRegParse != '\0' && *m_pRegParse != '|' && *m_pRegParse != ')') {
+    int pieceFlags = 0;
+    char* latest = regpiece(pieceFlags);
+    if (!latest) return nullptr;
+    flags |= pieceFlags & HASWIDTH;
+    if (!chain)
+      flags |= pieceFlags & SPSTART;
+    else
+      regtail(chain, latest);
+    chain = latest;
+  }
+  if (!chain) regnode(static_cast<char>(NOTHING));
+  return ret;
+}
+
+char* CRegExp::regpiece(int& flags) {
+  int atomFlags = 0;
+  char* ret = regatom(atomFlags);
+  if (!ret) return nullptr;
+  const char op = *m_pRegParse;
+  if (!ISMULT(op)) {
+    flags = atomFlags;
+    return ret;
+  }
+  if (!(atomFlags & HASWIDTH) && op != '?') return Fail("*+ operand could be empty");
+  flags = op == '*' ? SPSTART : op == '+' ? (HASWIDTH | SPSTART) : WORST;
+
+  if (op == '*' && (atomFlags & SIMPLE)) {
+    reginsert(static_cast<char>(STAR), ret);
+  } else if (op == '*') {
+    // x* becomes (x&|): a branch that loops back to itself, or nothing.
+    reginsert(static_cast<char>(BRANCH), ret);
+    regoptail(ret, regnode(static_cast<char>(BACK)));
+    regoptail(ret, ret);
+    regtail(ret, regnode(static_cast<char>(BRANCH)));
+    regtail(ret, regnode(static_cast<char>(NOTHING)));
+  } else if (op == '+' && (atomFlags & SIMPLE)) {
+    reginsert(static_cast<char>(PLUS), ret);
+  } else if (op == '+') {
+    // x+ becomes x(&|): x, then either back to x or nothing.
+    char* next = regnode(static_cast<char>(BRANCH));
+    regtail(ret, next);
+    regtail(regnode(static_cast<char>(BACK)), ret);
+    regtail(next, regnode(static_cast<char>(BRANCH)));
+    regtail(ret, regnode(static_cast<char>(NOTHING)));
+  } else {
+    // x? becomes (x|).
+    reginsert(static_cast<char>(BRANCH), ret);
+    regtail(ret, regnode(static_cast<char>(BRANCH)));
+    char* next = regnode(static_cast<char>(NOTHING));
+    regtail(ret, next);
+    regoptail(ret, next);
+  }
+  ++m_pRegParse;
+  if (ISMULT(*m_pRegParse)) return Fail("Nested *?+");
+  return ret;
+}
+
+char* CRegExp::regatom(int& flags) {
+  flags = WORST;
+  char* ret = nullptr;
+  switch (*m_pRegParse++) {
+    case '^':
+      ret = regnode(static_cast<char>(BOL));
+      break;
+    case '$':
+      ret = regnode(static_cast<char>(EOL));
+      break;
+    case '.':
+      ret = regnode(static_cast<char>(ANY));
+      flags |= HASWIDTH | SIMPLE;
+      break;
+    case '[': {
+      if (*m_pRegParse == '^') {
+        ret = regnode(static_cast<char>(ANYBUT));
+        ++m_pRegParse;
+      } else {
+        ret = regnode(static_cast<char>(ANYOF));
+      }
+      if (*m_pRegParse == ']' || *m_pRegParse == '-') regc(*m_pRegParse++);
+      while (*m_pRegParse != '\0' && *m_pRegParse != ']') {
+        if (*m_pRegParse == '-') {
+          ++m_pRegParse;
+          if (*m_pRegParse == ']' || *m_pRegParse == '\0') {
+            regc('-');
+          } else {
+            // kept: range ends compare as signed chars, so a range may not cross 0x7F/0x80
+            int cls = static_cast<signed char>(m_pRegParse[-2]) + 1;
+            const int clsEnd = static_cast<signed char>(*m_pRegParse);
+            if (cls > clsEnd + 1) return Fail("Invalid [] range");
+            for (; cls <= clsEnd; ++cls) regc(static_cast<char>(cls));
+            ++m_pRegParse;
+          }
+        } else {
+          regc(*m_pRegParse++);
+        }
+      }
+      regc('\0');
+      if (*m_pRegParse != ']') return Fail("Unmatched []");
+      ++m_pRegParse;
+      flags |= HASWIDTH | SIMPLE;
+      break;
+    }
+    case '(': {
+      int groupFlags = 0;
+      ret = reg(1, groupFlags);
+      if (!ret) return nullptr;
+      flags |= groupFlags & (HASWIDTH | SPSTART);
+      break;
+    }
+    case '\0':
+    case '|':
+    case ')':
+      // Caught by the callers before they get here.
+      return Fail("Internal error: \\0|) unexpected");
+    case '?':
+    case '+':
+    case '*':
+      return Fail("?+* follows nothing");
+    case '\\':
+      if (*m_pRegParse == '\0') return Fail("trailing \\");
+      ret = regnode(static_cast<char>(EXACTLY));
+      regc(*m_pRegParse++);
+      regc('\0');
+      flags |= HASWIDTH | SIMPLE;
+      break;
+    default: {
+      --m_pRegParse;
+      std::size_t len = std::strcspn(m_pRegParse, kMeta);
+      if (len == 0) return Fail("Internal error: strcspn 0.");
+      // A run followed by an operator gives up its last character to the operator.
+      if (len > 1 && ISMULT(m_pRegParse[len])) --len;
+      flags |= HASWIDTH;
+      if (len == 1) flags |= SIMPLE;
+      ret = regnode(static_cast<char>(EXACTLY));
+      for (; len > 0; --len) regc(*m_pRegParse++);
+      regc('\0');
+      break;
+    }
+  }
+  return ret;
+}
+
+char* CRegExp::regnode(char op) {
+  char* ret = m_pRegCode;
+  if (!m_bEmitCode) {
+    m_lRegSize += 3;
+    return ret;
+  }
+  ret[0] = op;
+  ret[1] = ret[2] = '\0';
+  m_pRegCode = ret + 3;
+  m_nodeOffsets.push_back(std::size_t(ret - m_pProgram.get()));
+  return ret;
+}
+
+void CRegExp::regc(char b) {
+  if (m_bEmitCode)
+    *m_pRegCode++ = b;
+  else
+    ++m_lRegSize;
+}
+
+void CRegExp::reginsert(char op, char* opnd) {
+  if (!m_bEmitCode) {
+    m_lRegSize += 3;
+    return;
+  }
+  std::memmove(opnd + 3, opnd, std::size_t(m_pRegCode - opnd));
+  m_pRegCode += 3;
+  opnd[0] = op;
+  opnd[1] = opnd[2] = '\0';
+  const std::size_t at = std::size_t(opnd - m_pProgram.get());
+  for (std::size_t& off : m_nodeOffsets)
+    if (off >= at) off += 3;
+  m_nodeOffsets.push_back(at);
+}
+
+void CRegExp::regtail(char* p, const char* val) {
+  if (!m_bEmitCode) return;
+  char* scan = p;
+  // A chain visits each node at most once; the bound only matters for a program whose
+  // links were truncated, where a chain may loop.
+  for (LONG steps = 0; steps <= m_lRegSize; ++steps) {
+    char* temp = regnext(scan);
+    if (!temp) break;
+    scan = temp;
+  }
+  const std::ptrdiff_t offset = OP(scan) == BACK ? scan - val : val - scan;
+  scan[1] = static_cast<char>(offset & 0xFF);  // low byte first
+  scan[2] = static_cast<char>((offset >> 8) & 0xFF);
+}
+
+void CRegExp::regoptail(char* p, const char* val) {
+  if (!m_bEmitCode || !p || OP(p) != BRANCH) return;
+  regtail(OPERAND(p), val);
+}
+
+const char* CRegExp::regnext(const char* p) const {
+  if (!p) return nullptr;
+  const unsigned offset = unsigned(static_cast<unsigned char>(p[1])) | (unsigned(static_cast<unsigned char>(p[2])) << 8);
+  if (offset == 0) return nullptr;
+  const char* target = OP(p) == BACK ? p - offset : p + offset;
+  // A link that leaves the program (possible only once links are truncated) ends the
+  // chain instead of reading outside it.
+  const char* program = m_pProgram.get();
+  if (!program || target < program || target >= program + m_nProgSize) return nullptr;
+  return target;
+}
+
+// ---------------------------------------------------------------- derived tables
+
+void CRegExp::BuildTables() {
+  auto t = std::make_shared<Tables>();
+  const char* program = m_pProgram.get();
+  t->size = m_nProgSize;
+  t->trusted = m_lRegSize < kTrustedSize;
+  t->classAt.assign(t->size + kGuard, -1);
+  t->targetAt.assign(t->size + kGuard, -1);
+  for (std::size_t off : m_nodeOffsets) {
+    const char* node = program + off;
+    const unsigned op = OP(node);
+    if (op == ANYOF || op == ANYBUT) {
+      // The class as strchr sees it: up to the first NUL, which a range may have put inside.
+      Tables::CharSet set{};
+      for (const char* c = OPERAND(node); *c; ++c) set.has[static_cast<unsigned char>(*c)] = 1;
+      t->classAt[off] = std::int32_t(t->classes.size());
+      t->classes.push_back(set);
+    } else if (op == BRANCH) {
+      // Calls that may be retried at the same place: alternatives and what follows a repeat.
+      if (t->targetAt[off + 3] < 0) t->targetAt[off + 3] = t->targets++;
+    } else if (op == STAR || op == PLUS) {
+      if (const char* next = regnext(node)) {
+        const std::size_t n = std::size_t(next - program);
+        if (t->targetAt[n] < 0) t->targetAt[n] = t->targets++;
+      }
+    }
+  }
+  m_nodeOffsets.clear();
+  m_pTables = t;
+
+  if (t->trusted && !m_cRegStart && !m_cRegAnchor) {
+    int budget = 4 * int(t->size) + 64;
+    unsigned char first[256] = {};
+    if (FirstChars(program, first, budget)) {
+      std::memcpy(t->first, first, sizeof first);
+      t->firstValid = true;
+    }
+  }
+}
+
+bool CRegExp::InClass(const char* node, char c) const {
+  if (const Tables* t = m_pTables.get()) {
+    const std::size_t off = std::size_t(node - m_pProgram.get());
+    if (off < t->classAt.size() && t->classAt[off] >= 0)
+      return t->classes[std::size_t(t->classAt[off])].has[static_cast<unsigned char>(c)] != 0;
+  }
+  return std::strchr(OPERAND(node), c) != nullptr;
+}
+
+// Adds every character that the node can consume first; false when the node can succeed
+// without consuming anything (or the walk gives up), so that no position may be skipped.
+bool CRegExp::FirstChars(const char* scan, unsigned char (&set)[256], int& budget) const {
+  auto addOne = [&](const char* node) {
+    switch (OP(node)) {
+      case ANY:
+        for (int c = 1; c < 256; ++c) set[c] = 1;
+        return true;
+      case EXACTLY:
+        set[static_cast<unsigned char>(*OPERAND(node))] = 1;
+        return true;
+      case ANYOF:
+      case ANYBUT:
+        for (int c = 1; c < 256; ++c)
+          if (InClass(node, static_cast<char>(c)) == (OP(node) == ANYOF)) set[c] = 1;
+        return true;
+      default:
+        return false;
+    }
+  };
+  while (scan) {
+    if (--budget < 0) return false;
+    const char* next = regnext(scan);
+    const unsigned op = OP(scan);
+    switch (op) {
+      case EOL:
+        set[0] = 1;
+        return true;
+      case ANY:
+      case EXACTLY:
+      case ANYOF:
+      case ANYBUT:
+        return addOne(scan);
+      case BRANCH:
+        if (!next || OP(next) != BRANCH) {
+          scan = OPERAND(scan);
+          continue;
+        }
+        for (const char* alt = scan; alt && OP(alt) == BRANCH; alt = regnext(alt))
+          if (!FirstChars(OPERAND(alt), set, budget)) return false;
+        return true;
+      case STAR:
+        if (!addOne(OPERAND(scan))) return false;
+        scan = next;
+        continue;
+      case PLUS:
+        return addOne(OPERAND(scan));
+      case BOL:  // holds only at the start, where the rest must still match
+      case NOTHING:
+      case BACK:
+        scan = next;
+        continue;
+      default:
+        if (IsOpen(op) || IsClose(op)) {
+          scan = next;
+          continue;
+        }
+        return false;  // END, or a node that is not in the table
+    }
+  }
+  return false;
+}
+
+// ---------------------------------------------------------------- matcher
+
+bool CRegExp::MemoFailed(const char* node, const char* position) {
+  MatchState& m = *m_pMatch;
+  if (m.mode == 0) return false;
+  const std::size_t off = std::size_t(node - m_pProgram.get());
+  const std::size_t pos = std::size_t(position - m_pRegBol);
+  if (m.mode == 1) {
+    const std::int32_t id = off < m_pTables->targetAt.size() ? m_pTables->targetAt[off] : -1;
+    if (id < 0) return false;
+    const std::size_t bit = std::size_t(id) * m.stride + pos;
+    return (m.bits[bit >> 6] >> (bit & 63)) & 1;
+  }
+  return m.hashed.count((std::uint64_t(off) << 40) ^ pos) != 0;
+}
+
+void CRegExp::MemoFail(const char* node, const char* position) {
+  MatchState& m = *m_pMatch;
+  if (m.mode == 0) {
+    if (++m.failures < kMemoAfter || !m_pTables) return;
+    // Many retries: from now on a failed call is remembered. A call's outcome depends
+    // only on the node and the position (there are no back-references), so this never
+    // changes a result.
+    const std::uint64_t len = std::strlen(m_pRegBol) + 1;
+    const std::uint64_t need = std::uint64_t(m_pTables->targets) * len;
+    if (m_pTables->targets > 0 && need <= kMemoBitsMax) {
+      m.stride = std::size_t(len);
+      m.bits.assign(std::size_t((need + 63) / 64), 0);
+      m.mode = 1;
+    } else {
+      m.mode = 2;
+    }
+  }
+  const std::size_t off = std::size_t(node - m_pProgram.get());
+  const std::size_t pos = std::size_t(position - m_pRegBol);
+  if (m.mode == 1) {
+    const std::int32_t id = off < m_pTables->targetAt.size() ? m_pTables->targetAt[off] : -1;
+    if (id < 0) return;
+    const std::size_t bit = std::size_t(id) * m.stride + pos;
+    m.bits[bit >> 6] |= std::uint64_t(1) << (bit & 63);
+  } else {
+    m.hashed.insert((std::uint64_t(off) << 40) ^ pos);
+  }
+}
+
+int CRegExp::regtry(const char* position) {
+  m_pRegInput = position;
+  for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+  if (regmatch(m_pProgram.get())) {
+    m_apStartp[0] = position;
+    m_apEndp[0] = m_pRegInput;
+    return 1;
+  }
+  return 0;
+}
+
+int CRegExp::regrepeat(const char* node) {
+  const char* scan = m_pRegInput;
+  const char* opnd = OPERAND(node);
+  std::ptrdiff_t count = 0;
+  switch (OP(node)) {
+    case ANY:
+      count = std::ptrdiff_t(std::strlen(scan));
+      break;
+    case EXACTLY:
+      // '\0' never repeats: an operand is never empty in a sound program, and the
+      // terminator must stop the count in any other.
+      while (*scan && *opnd == *scan) ++scan;
+      count = scan - m_pRegInput;
+      break;
+    case ANYOF:
+    case ANYBUT: {
+      const Tables* t = m_pTables.get();
+      const std::size_t off = std::size_t(node - m_pProgram.get());
+      if (t && off < t->classAt.size() && t->classAt[off] >= 0) {
+        const unsigned char* cls = t->classes[std::size_t(t->classAt[off])].has;
+        const unsigned char want = OP(node) == ANYOF ? 1 : 0;
+        while (*scan && cls[static_cast<unsigned char>(*scan)] == want) ++scan;
+        count = scan - m_pRegInput;
+      } else {
+        count = std::ptrdiff_t(OP(node) == ANYOF ? std::strspn(scan, opnd) : std::strcspn(scan, opnd));
+      }
+      break;
+    }
+    default:
+      MatchError("Internal error: bad call of regrepeat.");
+      count = 0;
+      break;
+  }
+  m_pRegInput += count;
+  return int(std::min<std::ptrdiff_t>(count, 0x7FFFFFFF));
+}
+
+int CRegExp::regmatch(const char* prog) {
+  MatchState& m = *m_pMatch;
+  std::vector<Frame>& stack = m.stack;
+  const std::size_t base = stack.size();
+  const char* scan = prog;
+  const char* input = m_pRegInput;
+
+  // Tries the repeat counts of the frame on top from its current count down; true when
+  // one leaves the input where the following node may match (input set there).
+  auto nextRepeat = [&](Frame& f) {
+    for (; f.count >= f.min; --f.count) {
+      input = f.save + f.count;
+      if ((f.nextch == '\0' || *input == f.nextch) && !MemoFailed(f.node, input)) return true;
+    }
+    return false;
+  };
+
+  for (;;) {
+    // Forward: walk the nodes until END or a mismatch. A node with a choice pushes a
+    // frame and goes on with its first choice.
+    bool ok = true;
+    for (;;) {
+      if (!scan) {
+        MatchError("Corrupted pointers");
+        ok = false;
+        break;
+      }
+      const char* next = regnext(scan);
+      const unsigned op = OP(scan);
+      switch (op) {
+        case END:
+          goto matched;
+        case BOL:
+          ok = input == m_pRegBol;
+          break;
+        case EOL:
+          ok = *input == '\0';
+          break;
+        case ANY:
+          if ((ok = *input != '\0')) ++input;
+          break;
+        case EXACTLY: {
+          const char* opnd = OPERAND(scan);
+          if (*opnd != *input) {
+            ok = false;
+            break;
+          }
+          const std::size_t len = std::strlen(opnd);
+          if (len > 1 && std::strncmp(opnd, input, len) != 0) {
+            ok = false;
+            break;
+          }
+          input += len;
+          break;
+        }
+        case ANYOF:
+          if ((ok = *input != '\0' && InClass(scan, *input))) ++input;
+          break;
+        case ANYBUT:
+          if ((ok = *input != '\0' && !InClass(scan, *input))) ++input;
+          break;
+        case NOTHING:
+        case BACK:
+          break;
+        case BRANCH:
+          if (!next || OP(next) != BRANCH) {
+            next = OPERAND(scan);  // no choice: no frame
+            break;
+          }
+          if (stack.size() - base >= kMaxFrames) {
+            m.aborted = true;
+            MatchError("Internal error: match too deep.");
+            m_pRegInput = input;
+            stack.resize(base);
+            return 0;
+          }
+          stack.push_back(Frame{Frame::kBranch, 0, 0, 0, scan, input, 0});
+          if (MemoFailed(OPERAND(scan), input)) {
+            ok = false;  // the first alternative is known to fail here
+            break;
+          }
+          next = OPERAND(scan);
+          break;
+        case STAR:
+        case PLUS: {
+          if (stack.size() - base >= kMaxFrames) {
+            m.aborted = true;
+            MatchError("Internal error: match too deep.");
+            m_pRegInput = input;
+            stack.resize(base);
+            return 0;
+          }
+          const char nextch = next && OP(next) == EXACTLY ? *OPERAND(next) : '\0';
+          m_pRegInput = input;
+          regrepeat(OPERAND(scan));
+          stack.push_back(Frame{Frame::kStar, 0, nextch, static_cast<unsigned char>(op == STAR ? 0 : 1), next, input,
+                                m_pRegInput - input});
+          if (!nextRepeat(stack.back())) {
+            stack.pop_back();
+            ok = false;
+            break;
+          }
+          break;
+        }
+        default:
+          if (IsOpen(op) || IsClose(op)) {
+            if (stack.size() - base >= kMaxFrames) {
+              m.aborted = true;
+              MatchError("Internal error: match too deep.");
+              m_pRegInput = input;
+              stack.resize(base);
+              return 0;
+            }
+            stack.push_back(Frame{IsOpen(op) ? Frame::kOpen : Frame::kClose,
+                                  static_cast<unsigned char>(IsOpen(op) ? op - OPEN : op - CLOSE), 0, 0, nullptr,
+                                  input, 0});
+            break;
+          }
+          MatchError("Regexp corruption.");
+          ok = false;
+          break;
+      }
+      if (!ok) break;
+      scan = next;
+    }
+
+    // Backward: the latest choice takes its next option, or fails in turn.
+    for (;;) {
+      if (stack.size() == base) {
+        m_pRegInput = input;
+        return 0;
+      }
+      Frame& f = stack.back();
+      if (f.kind == Frame::kBranch) {
+        MemoFail(OPERAND(f.node), f.save);
+        input = f.save;
+        const char* alt = regnext(f.node);
+        while (alt && OP(alt) == BRANCH && MemoFailed(OPERAND(alt), input)) alt = regnext(alt);
+        if (alt && OP(alt) == BRANCH) {
+          f.node = alt;
+          scan = OPERAND(alt);
+          break;
+        }
+      } else if (f.kind == Frame::kStar) {
+        MemoFail(f.node, f.save + f.count);
+        --f.count;
+        if (nextRepeat(f)) {
+          scan = f.node;
+          break;
+        }
+      }
+      stack.pop_back();
+    }
+  }
+
+matched:
+  // Success unwinds every call at once; the deepest sets a group bound first.
+  m_pRegInput = input;
+  for (std::size_t i = stack.size(); i-- > base;) {
+    const Frame& f = stack[i];
+    if (f.kind == Frame::kOpen) {
+      if (!m_apStartp[f.group]) m_apStartp[f.group] = f.save;
+    } else if (f.kind == Frame::kClose) {
+      if (!m_apEndp[f.group]) m_apEndp[f.group] = f.save;
+    }
+  }
+  stack.resize(base);
+  return 1;
+}
+
+// ---------------------------------------------------------------- searches
+
+int CRegExp::SearchFrom(const char* text) {
+  MatchState& m = *m_pMatch;
+  m.Reset();
+  m_pRegBol = text;
+  if (m_cRegAnchor) return regtry(text) ? 0 : -1;
+  if (m_cRegStart) {
+    // The text itself first, then each occurrence of the start character after it.
+    for (const char* s = text; s; s = *s ? std::strchr(s + 1, m_cRegStart) : nullptr) {
+      if (regtry(s)) return 0;
+      if (m.aborted) return -1;
+    }
+    return -1;
+  }
+  const Tables* t = m_pTables.get();
+  if (t && t->firstValid) {
+    // Positions whose character cannot begin a match are skipped without a try.
+    const unsigned char* first = t->first;
+    for (const char* s = text;; ++s) {
+      while (!first[static_cast<unsigned char>(*s)] && *s) ++s;
+      if (first[static_cast<unsigned char>(*s)]) {
+        if (regtry(s)) return 0;
+        if (m.aborted) return -1;
+      }
+      if (!*s) return -1;
+    }
+  }
+  const char* s = text;
+  do {
+    if (regtry(s)) return 0;
+    if (m.aborted) return -1;
+  } while (*s++ != '\0');
+  return -1;
+}
+
+int CRegExp::RegFind(const char* text) {
+  if (!text) return -1;
+  m_pFoundText.reset();
+  if (!m_bCompiled) return -1;
+  if (m_pRegMust && !std::strstr(text, m_pRegMust)) return -1;
+  if (SearchFrom(text) < 0) return -1;
+  const std::size_t len = std::size_t(m_apEndp[0] - m_apStartp[0]);
+  char* found = static_cast<char*>(std::malloc(len + 1));
+  if (!found) AfxThrowMemoryException();
+  std::memcpy(found, m_apStartp[0], len);
+  found[len] = '\0';
+  m_pFoundText = std::shared_ptr<char>(found, std::free);
+  return int(m_apStartp[0] - text);
+}
+
+int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper) {
+  if (m_bTempOwned) {
+    m_pTempText.reset();
+    m_bTempOwned = 0;
+  }
+  if (!text || !*text) return 0;
+  if (start < 0) start = 0;
+  const std::size_t length = std::strlen(text);
+  const int last = length > 0x7FFFFFFF ? 0x7FFFFFFE : int(length) - 1;
+  if (end > last) end = last;
+  if (end < start) return 0;
+  const std::size_t n = std::size_t(end) - std::size_t(start) + 1;
+  char* copy = static_cast<char*>(std::malloc(n + 1));
+  if (!copy) AfxThrowMemoryException();
+  std::memcpy(copy, text + start, n);
+  copy[n] = '\0';
+  if (upper) CharUpperBuffA(copy, DWORD(n));
+  m_pTempText = std::shared_ptr<char>(copy, std::free);
+  m_bTempOwned = 1;
+  return 1;
+}
+
+int CRegExp::RegFind(const char* text, int start, int end, int upper) {
+  if (!CreateTempString(text, start, end, upper)) return -1;
+  const int offset = RegFind(m_pTempText.get());
+  return offset >= 0 ? offset + start : offset;
+}
+
+int CRegExp::ReverseRegFind(const char* text, int start, int end, int upper) {
+  if (!m_bCompiled) return -1;
+  if (!CreateTempString(text, start, end, upper)) return -1;
+  char* temp = m_pTempText.get();
+  const int n = end - start + 1;
+  int found = -1;
+  int first = n / 2;
+  int last = n - 1;
+  int prevFirst = 0;
+  char kept = temp[last + 1];
+  const char* savedStart[NSUBEXP] = {};
+  const char* savedEnd[NSUBEXP] = {};
+  while (last >= first && last > found) {
+    const int offset = RegFind(temp + first);
+    if (offset < 0) {
+      if (first <= found + 1 || prevFirst < 0) break;
+      temp[last + 1] = kept;
+      last = first - 1;  // at least -1, so last + 1 stays inside the copy
+      kept = temp[last + 1];
+      temp[last + 1] = '\0';
+      if (found < 0) {
+        first = prevFirst;
+        prevFirst = -1;
+      } else {
+        first = std::max(found + 1, (prevFirst + last) / 2);
+      }
+    } else {
+      found = offset + first;
+      std::copy(std::begin(m_apStartp), std::end(m_apStartp), savedStart);
+      std::copy(std::begin(m_apEndp), std::end(m_apEndp), savedEnd);
+      prevFirst = first;
+      first = std::max(found + 1, (prevFirst + last) / 2);
+    }
+  }
+  temp[last + 1] = kept;
+  if (found >= 0) {
+    std::copy(std::begin(savedStart), std::end(savedStart), m_apStartp);
+    std::copy(std::begin(savedEnd), std::end(savedEnd), m_apEndp);
+    found += start;
+  }
+  return found;
+}
+
+// ---------------------------------------------------------------- results
+
+int CRegExp::GetFindLen() const {
+  return m_pFoundText ? int(std::strlen(m_pFoundText.get())) : 0;
+}
+
+void CRegExp::GetFindStartStop(const char*& start, const char*& stop) const {
+  start = m_apStartp[0];
+  stop = m_apEndp[0];
+}
+
+namespace {
+
+// Where group text lies in the found text: its offset from the start of the whole match.
+// Bounds recorded by a different search than the found text (after ReverseRegFind) are
+// cut to the found text rather than read past it.
+bool GroupSpan(const char* found, const char* const* startp, const char* const* endp, int group,
+               std::size_t& offset, std::size_t& len) {
+  if (!found || !startp[group] || !endp[group] || !startp[0]) return false;
+  const auto s = reinterpret_cast<std::uintptr_t>(startp[group]);
+  const auto e = reinterpret_cast<std::uintptr_t>(endp[group]);
+  const auto s0 = reinterpret_cast<std::uintptr_t>(startp[0]);
+  if (e <= s || s < s0) return false;
+  const std::size_t have = std::strlen(found);
+  offset = std::size_t(s - s0);
+  if (offset >= have) return false;
+  len = std::min<std::size_t>(std::size_t(e - s), have - offset);
+  return true;
+}
+
+}  // namespace
+
+char* CRegExp::GetTaggedString(int group) const {
+  if (group < 0 || group >= NSUBEXP) return nullptr;
+  std::size_t offset = 0, len = 0;
+  if (!GroupSpan(m_pFoundText.get(), m_apStartp, m_apEndp, group, offset, len)) return nullptr;
+  char* text = static_cast<char*>(std::malloc(len + 1));
+  if (!text) AfxThrowMemoryException();
+  std::memcpy(text, m_pFoundText.get() + offset, len);
+  text[len] = '\0';
+  return text;
+}
+
+char* CRegExp::GetReplaceString(const char* replacement) const {
+  if (!replacement || !m_pFoundText) return nullptr;
+  const char* found = m_pFoundText.get();
+  char* out = nullptr;
+  std::size_t total = 0;
+  // Two passes over the template: the first measures, the second copies.
+  for (int pass = 0; pass < 2; ++pass) {
+    std::size_t at = 0;
+    const char* src = replacement;
+    char c;
+    while ((c = *src++) != '\0') {
+      int no;
+      if (c == '&')
+        no = 0;
+      else if (c == '\\' && *src >= '0' && *src <= '9')
+        no = *src++ - '0';
+      else
+        no = -1;
+      if (no < 0) {
+        if (c == '\\' && (*src == '\\' || *src == '&')) c = *src++;
+        if (pass) out[at] = c;
+        ++at;
+      } else {
+        std::size_t offset = 0, len = 0;
+        if (GroupSpan(found, m_apStartp, m_apEndp, no, offset, len)) {
+          if (pass) std::memcpy(out + at, found + offset, len);
+          at += len;
+        }
+      }
+    }
+    if (pass == 0) {
+      total = at;
+      out = static_cast<char*>(std::malloc(total + 1));
+      if (!out) AfxThrowMemoryException();
+    } else {
+      out[at] = '\0';
+    }
+  }
+  return out;
+}
+
+}  // namespace zev
