@@ -30,6 +30,7 @@
 #include "zevutil/CZevDateTime.h"
 #include "zevutil/CxFilePath.h"
 #include "zevutil/SysProcessChk.h"
+#include "zevutil/CRegExp.h"
 
 // Trace-file formats.
 #include "zevutil/CScf.h"
