@@ -1,0 +1,99 @@
+// Scope markers in the trace and the verify checks.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "FrameTestUtil.h"
+#include "zevutil/VqeReportStream.h"
+
+using namespace zev;
+using zevtest::EventLog;
+
+TEST(CScopeMsg, IndentFollowsDepthUpToEighteenTabs) {
+  constexpr int kLevels = 31;
+  EventLog log;
+  {
+    std::vector<std::unique_ptr<CScopeMsg>> scopes;
+    for (int d = 0; d < kLevels; ++d) scopes.push_back(std::make_unique<CScopeMsg>("level %d", d));
+    EXPECT_EQ(CScopeMsg::GetDepth(), kLevels);
+    EXPECT_STREQ(scopes.back()->GetMsg(), "level 30");
+    while (!scopes.empty()) scopes.pop_back();
+  }
+  EXPECT_EQ(CScopeMsg::GetDepth(), 0);
+  ASSERT_EQ(log.events.size(), size_t(2 * kLevels));
+  for (int d = 0; d < kLevels; ++d) {
+    SCOPED_TRACE(d);
+    std::string tabs(size_t(std::min(d, 18)), '\t');
+    EXPECT_EQ(log.events[size_t(d)], "T:" + tabs + ">> Start: level " + std::to_string(d) + "\n");
+    EXPECT_EQ(log.events[size_t(2 * kLevels - 1 - d)], "T:" + tabs + "<<  Stop: level " + std::to_string(d) + "\n");
+  }
+  // The text is cut at 511 characters.
+  CScopeMsg longOne("%s", std::string(700, 'L').c_str());
+  EXPECT_EQ(std::string(longOne.GetMsg()), std::string(511, 'L'));
+}
+
+TEST(CTimeStub, TracesStartAndStopWithLevels) {
+  EventLog log;
+  {
+    CTimeStub outer("outer %d", 1);
+    EXPECT_EQ(CTimeStub::sm_nNestLevel, 1);
+    EXPECT_EQ(CTimeStub::sm_dwLevel0Start, outer.GetStartTick());
+    CTimeStub inner;
+    CTimeStub copy(inner);  // copies label and tick, and counts as a scope of its own
+    EXPECT_EQ(copy.GetStartTick(), inner.GetStartTick());
+  }
+  EXPECT_EQ(CTimeStub::sm_nNestLevel, -1);  // three stops for two starts
+  CTimeStub::sm_nNestLevel = 0;
+  ASSERT_EQ(log.events.size(), 5u);
+  const std::regex start(R"(T:\|\|StartStubLevel ( \d), tick= *\d+ dmark= *-?\d+ (.*)\n)");
+  const std::regex stop(R"(T:--StopStubLevel +(-?\d+), dMark= *-?\d+  elapsed +\d+  (.*)\n)");
+  std::smatch m;
+  ASSERT_TRUE(std::regex_match(log.events[0], m, start)) << log.events[0];
+  EXPECT_EQ(m[1], " 0");
+  EXPECT_EQ(m[2], "outer 1");
+  EXPECT_TRUE(log.events[0].find("tick=     0 ") != std::string::npos);  // level 0 starts its own clock
+  ASSERT_TRUE(std::regex_match(log.events[1], m, start)) << log.events[1];
+  EXPECT_EQ(m[1], " 1");
+  EXPECT_EQ(m[2], "");
+  const char* stopLevels[] = {"1", "0", "-1"};
+  const char* stopLabels[] = {"", "", "outer 1"};
+  for (int i = 0; i < 3; ++i) {
+    SCOPED_TRACE(i);
+    ASSERT_TRUE(std::regex_match(log.events[size_t(2 + i)], m, stop)) << log.events[size_t(2 + i)];
+    EXPECT_EQ(m[1], stopLevels[i]);
+    EXPECT_EQ(m[2], stopLabels[i]);
+  }
+}
+
+TEST(ZevVerify, ResultsAndTraceLines) {
+  int value = 0;
+  struct Case { const char* name; bool ptr; const void* p; UINT size; BOOL quiet; BOOL expect; };
+  const Case cases[] = {
+      {"true value", false, &value, 1, FALSE, TRUE},
+      {"false value", false, nullptr, 0, FALSE, FALSE},
+      {"false value, quiet", false, nullptr, 0, TRUE, FALSE},
+      {"object", true, &value, sizeof value, FALSE, TRUE},
+      {"empty range", true, &value, 0, FALSE, TRUE},
+      {"null", true, nullptr, 4, FALSE, FALSE},
+      {"null, empty", true, nullptr, 0, FALSE, FALSE},
+      {"wrapping", true, reinterpret_cast<const void*>(UINTPTR_MAX - 2), 16, FALSE, FALSE},
+      {"up to the last byte", true, reinterpret_cast<const void*>(UINTPTR_MAX - 15), 16, FALSE, TRUE},
+      {"wrapping, quiet", true, reinterpret_cast<const void*>(UINTPTR_MAX), 2, TRUE, FALSE},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EventLog log;
+    BOOL r = c.ptr ? ZevVerifyPtr(c.p, c.size, "check.cpp", 42, c.quiet)
+                   : ZevVerifyX(c.p != nullptr, "check.cpp", 42, c.quiet);
+    EXPECT_EQ(r, c.expect);
+    std::vector<std::string> expect;
+    if (!c.expect && !c.quiet)
+      expect.push_back(std::string("T:") + (c.ptr ? "ZevVerifyPtr" : "ZevVerifyX") +
+                       " failure detected in file check.cpp, line 42\n");
+    EXPECT_EQ(log.events, expect);
+  }
+}
