@@ -31,6 +31,7 @@
 #include "zevutil/CxFilePath.h"
 #include "zevutil/SysProcessChk.h"
 #include "zevutil/CRegExp.h"
+#include "zevutil/CDynVariable.h"
 
 // Trace-file formats.
 #include "zevutil/CScf.h"
