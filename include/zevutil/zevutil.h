@@ -16,6 +16,8 @@
 // Persistent objects.
 
 // Sequence and run-data model.
+#include "zevutil/CBaseSequence.h"
+#include "zevutil/CCalledBase.h"
 #include "zevutil/CChannelDef.h"
 #include "zevutil/CChannelIDList.h"
 #include "zevutil/ContaminantMatch.h"
