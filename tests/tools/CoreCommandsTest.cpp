@@ -1,0 +1,163 @@
+// The crc and iub commands, run as a user runs them: output, errors and exit status.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "zevutil/CCalcCRC32.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Result {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+fs::path Scratch() {
+  const char* env = std::getenv("ZEV_TEST_TMP");
+  fs::path dir = fs::path(env && *env ? env : fs::temp_directory_path().string()) / "core_commands";
+  fs::create_directories(dir);
+  return dir;
+}
+
+std::string Quote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+// Runs zevutil with the arguments (each quoted for the shell) and an optional stdin file.
+Result RunZev(const std::vector<std::string>& args, const std::string& stdinFile = "") {
+  std::string cmd = Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
+  for (const auto& a : args) cmd += " " + Quote(a);
+  fs::path errFile = Scratch() / "stderr.txt";
+  cmd += " 2>" + Quote(errFile.string());
+  if (!stdinFile.empty()) cmd += " <" + Quote(stdinFile);
+  Result r{-1, "", ""};
+  FILE* p = popen(cmd.c_str(), "r");
+  if (!p) return r;
+  char buf[4096];
+  size_t n;
+  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
+  int raw = pclose(p);
+  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  std::ifstream e(errFile, std::ios::binary);
+  r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
+  return r;
+}
+
+std::string WriteFile(const std::string& name, const std::string& bytes) {
+  fs::path p = Scratch() / name;
+  std::ofstream(p, std::ios::binary) << bytes;
+  return p.string();
+}
+
+std::string Hex8(zev::ULONG v) {
+  char buf[16];
+  std::snprintf(buf, sizeof buf, "%08X", unsigned(v));
+  return buf;
+}
+
+size_t CountLines(const std::string& s) { return size_t(std::count(s.begin(), s.end(), '\n')); }
+
+}  // namespace
+
+TEST(CrcCommand, ChecksumsFilesAndStandardInput) {
+  // Three buffers of the 1 MiB read block cross block boundaries inside the command.
+  std::string big(3 * (1 << 20) + 11, '\0');
+  std::mt19937 gen(7);
+  for (auto& c : big) c = char(gen());
+  const std::string bigCrc = Hex8(zev::CCalcCRC32().CalcBlock(big.data(), zev::ULONG(big.size())).GetCRC());
+
+  const std::string check = WriteFile("check.txt", "123456789");
+  const std::string empty = WriteFile("empty.bin", "");
+  const std::string large = WriteFile("big.bin", big);
+
+  Result r = RunZev({"crc", check, empty, large});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "340BC6D9  " + check + "\nFFFFFFFF  " + empty + "\n" + bigCrc + "  " + large + "\n");
+  EXPECT_EQ(r.err, "");
+
+  r = RunZev({"crc", "-"}, check);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "340BC6D9  -\n");
+}
+
+// An unreadable name gives one line on stderr naming it and exit status 2; the other
+// files are still checksummed.
+TEST(CrcCommand, UnreadableFiles) {
+  const std::string check = WriteFile("check2.txt", "123456789");
+  const std::string missing = (Scratch() / "no such file").string();
+  const std::string dir = Scratch().string();
+  for (const std::string& bad : {missing, dir}) {
+    SCOPED_TRACE(bad);
+    Result r = RunZev({"crc", bad, check});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "340BC6D9  " + check + "\n");
+    EXPECT_EQ(CountLines(r.err), 1u) << r.err;
+    EXPECT_NE(r.err.find(bad), std::string::npos) << r.err;
+  }
+  Result none = RunZev({"crc"});
+  EXPECT_EQ(none.status, 2);
+  EXPECT_EQ(none.out, "");
+}
+
+TEST(IubCommand, TextTable) {
+  Result r = RunZev({"iub", "A", "r", "N", "-", ""});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const std::vector<std::vector<std::string>> rows = {
+      {"code", "valid", "hetero", "map", "bases", "complement", "matching"},
+      {"A", "yes", "no", "0x1", "A", "T", "ARMWDHVN"},
+      {"r", "yes", "yes", "0x5", "AG", "Y", "AGRKMSWBDHVN"},
+      {"N", "yes", "yes", "0xF", "ACGT", "N", "ACGTRYKMSWBDHVN"},
+      {"-", "no", "no", "-16", "-", "-", "-"},
+      {"0x00", "no", "no", "-16", "-", "A", "-"},  // NUL: no map, yet its complement is A
+  };
+  std::istringstream lines(r.out);
+  std::string line;
+  for (const auto& expected : rows) {
+    ASSERT_TRUE(std::getline(lines, line));
+    SCOPED_TRACE(line);
+    std::istringstream words(line);
+    std::vector<std::string> got{std::istream_iterator<std::string>(words), {}};
+    EXPECT_EQ(got, expected);
+  }
+  EXPECT_FALSE(std::getline(lines, line));
+}
+
+TEST(IubCommand, Json) {
+  Result r = RunZev({"iub", "--json", "Y", "x"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  auto j = nlohmann::json::parse(r.out);
+  ASSERT_EQ(j.size(), 2u);
+  EXPECT_EQ(j[0], nlohmann::json({{"code", "Y"}, {"byte", 89}, {"valid", true}, {"heterozygous", true},
+                                  {"map", 10}, {"baseIndex", 5}, {"bases", "CT"}, {"complement", "R"},
+                                  {"matching", "CTYKMSWBDHVN"}}));
+  EXPECT_EQ(j[1]["valid"], false);
+  EXPECT_EQ(j[1]["map"], -16);
+  EXPECT_EQ(j[1]["baseIndex"], -1);
+  EXPECT_EQ(j[1]["complement"], "x");
+}
+
+TEST(IubCommand, BadArguments) {
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"iub", "AG"}, std::vector<std::string>{"iub"}}) {
+    SCOPED_TRACE(args.size());
+    Result r = RunZev(args);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "");
+    EXPECT_GE(CountLines(r.err), 1u);
+  }
+}
