@@ -12,6 +12,10 @@
 
 // Object identity.
 #include "zevutil/CObSeq.h"
+#include "zevutil/IPersistence.h"
+#include "zevutil/CObSeqID.h"
+#include "zevutil/CZevVersionID.h"
+#include "zevutil/CObSeqIDList.h"
 
 // Persistent objects.
 

@@ -24,5 +24,6 @@ void AddCoreCommands(CLI::App& app);   // crc, iub
 void AddHostCommands(CLI::App& app);   // reg, ini, ps
 void AddTraceCommands(CLI::App& app);  // dump, convert
 void AddCodecCommands(CLI::App& app);  // lzss, grep
+void AddIdentityCommands(CLI::App& app);  // id, version
 
 }  // namespace zevcli

@@ -56,6 +56,7 @@ int main(int argc, char** argv) {
   zevcli::AddHostCommands(app);
   zevcli::AddTraceCommands(app);
   zevcli::AddCodecCommands(app);
+  zevcli::AddIdentityCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
