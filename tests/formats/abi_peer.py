@@ -27,8 +27,9 @@ def plain(key, value):
     return value
 
 
-def data_sizes(path):
-    """Data size of every directory entry, by key: tells inline values from stored ones."""
+def directory(path):
+    """The header's entry count, and the data size of every directory entry by key (the
+    first of duplicates): tells inline values from stored ones."""
     with open(path, "rb") as f:
         head = f.read(34)
         count, offset = struct.unpack(">I", head[18:22])[0], struct.unpack(">I", head[26:30])[0]
@@ -40,7 +41,7 @@ def data_sizes(path):
                 break
             name, number, _, _, _, size = struct.unpack(">4sI2HII", entry[:20])
             sizes.setdefault(name.decode("latin-1") + str(number), size)
-        return sizes
+        return count, sizes
 
 
 def read(path):
@@ -49,9 +50,9 @@ def read(path):
     except Exception as e:  # the parser's own failure is the answer
         return {"error": "%s: %s" % (type(e).__name__, e)}
     raw = record.annotations["abif_raw"]
-    sizes = data_sizes(path)
+    count, sizes = directory(path)
     return {
-        "entries": len(sizes),
+        "entries": count,
         "sizes": {k: sizes[k] for k in TAGS if k in sizes},
         "tags": {k: plain(k, raw[k]) for k in TAGS if k in raw and raw[k] is not None},
     }
