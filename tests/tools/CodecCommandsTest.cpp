@@ -1,0 +1,161 @@
+// The lzss and grep commands, run as a user runs them: output files, printed lines,
+// errors and exit status.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Result {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+fs::path Scratch() {
+  const char* env = std::getenv("ZEV_TEST_TMP");
+  fs::path dir = fs::path(env && *env ? env : fs::temp_directory_path().string()) / "codec_commands";
+  fs::create_directories(dir);
+  return dir;
+}
+
+std::string Quote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+Result RunZev(const std::vector<std::string>& args, const std::string& stdinFile = "") {
+  std::string cmd = Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
+  for (const auto& a : args) cmd += " " + Quote(a);
+  fs::path errFile = Scratch() / "stderr.txt";
+  cmd += " 2>" + Quote(errFile.string());
+  if (!stdinFile.empty()) cmd += " <" + Quote(stdinFile);
+  Result r{-1, "", ""};
+  FILE* p = popen(cmd.c_str(), "r");
+  if (!p) return r;
+  char buf[4096];
+  size_t n;
+  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
+  int raw = pclose(p);
+  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  std::ifstream e(errFile, std::ios::binary);
+  r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
+  return r;
+}
+
+std::string Slurp(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void Write(const fs::path& p, const std::string& bytes) {
+  std::ofstream(p, std::ios::binary) << bytes;
+}
+
+}  // namespace
+
+TEST(LzssCommand, CompressesToTheReferenceStreamAndBack) {
+  const fs::path dir = std::string(ZEV_SHARED_DIR) + "/testdata/lzss";
+  const fs::path packed = Scratch() / "text4097.lz";
+  const fs::path back = Scratch() / "text4097.out";
+  Result c = RunZev({"lzss", "compress", (dir / "text4097.bin").string(), packed.string()});
+  ASSERT_EQ(c.status, 0) << c.err;
+  EXPECT_EQ(Slurp(packed), Slurp(dir / "text4097.lzss"));
+  EXPECT_NE(c.out.find("4097 bytes"), std::string::npos) << c.out;
+  Result e = RunZev({"lzss", "expand", packed.string(), back.string()});
+  ASSERT_EQ(e.status, 0) << e.err;
+  EXPECT_EQ(Slurp(back), Slurp(dir / "text4097.bin"));
+
+  // Standard input to standard output: the bytes alone.
+  Result pipe = RunZev({"lzss", "expand", "-", "-"}, (dir / "one_X.lzss").string());
+  EXPECT_EQ(pipe.status, 0);
+  EXPECT_EQ(pipe.out, "X");
+}
+
+TEST(LzssCommand, FailuresLeaveNoOutput) {
+  const fs::path out = Scratch() / "never.lz";
+  fs::remove(out);
+  struct Case {
+    const char* name;
+    std::vector<std::string> args;
+    const char* message;
+  } cases[] = {
+      {"missing input", {"lzss", "compress", (Scratch() / "absent").string(), out.string()}, "cannot read"},
+      {"unwritable output", {"lzss", "compress", "-", (Scratch() / "no/such/dir/x").string()}, "cannot write"},
+      {"no mode", {"lzss"}, "subcommand"},
+      {"unknown mode", {"lzss", "squeeze", "a", "b"}, ""},
+  };
+  const fs::path empty = Scratch() / "empty.txt";
+  Write(empty, "");
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Result r = RunZev(c.args, empty.string());
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+    EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << "one line: " << r.err;
+  }
+  EXPECT_FALSE(fs::exists(out));
+}
+
+TEST(GrepCommand, PrintsMatchingLinesAsAsked) {
+  const fs::path a = Scratch() / "a.txt";
+  const fs::path b = Scratch() / "b.txt";
+  Write(a, "Peak at 120\nno peaks here\nPEAK at 7 and peak at 9\n\n");
+  Write(b, "base 1\npeak 2\n");
+  struct Case {
+    const char* name;
+    std::vector<std::string> args;
+    int status;
+    std::string out;
+  } cases[] = {
+      {"plain", {"grep", "peak", a.string()}, 0, "no peaks here\nPEAK at 7 and peak at 9\n"},
+      {"ignore case", {"grep", "-i", "peak at", a.string()}, 0, "Peak at 120\nPEAK at 7 and peak at 9\n"},
+      {"only the match", {"grep", "-o", "[0-9]+", a.string()}, 0, "120\n7\n"},
+      // the last place a match starts: the final digit of 120
+      {"last match", {"grep", "-r", "-o", "[0-9]+", a.string()}, 0, "0\n9\n"},
+      {"replace", {"grep", "--replace", "<\\1>", "at ([0-9]+)", a.string()}, 0,
+       "Peak <120>\nPEAK <7> and peak at 9\n"},
+      {"replace the last", {"grep", "-r", "--replace", "#", "[0-9]+", a.string()}, 0,
+       "Peak at 12#\nPEAK at 7 and peak at #\n"},
+      {"replace only", {"grep", "-o", "--replace", "\\1", "at ([0-9]+)", a.string()}, 0, "120\n7\n"},
+      {"empty lines match an empty-matching pattern", {"grep", "-o", "^$", a.string()}, 0, "\n"},
+      {"several files are named", {"grep", "peak", a.string(), b.string()}, 0,
+       a.string() + ":no peaks here\n" + a.string() + ":PEAK at 7 and peak at 9\n" + b.string() + ":peak 2\n"},
+      {"no match", {"grep", "trough", a.string()}, 1, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Result r = RunZev(c.args);
+    EXPECT_EQ(r.status, c.status) << r.err;
+    EXPECT_EQ(r.out, c.out);
+  }
+  Result in = RunZev({"grep", "-o", "a.e"}, b.string());  // standard input
+  EXPECT_EQ(in.out, "ase\n");
+}
+
+TEST(GrepCommand, ReportsBadPatternsAndFiles) {
+  struct Case {
+    std::vector<std::string> args;
+    const char* message;
+  } cases[] = {
+      {{"grep", "a**", "x"}, "Nested *?+"},
+      {{"grep", "(ab", "x"}, "Unterminated ()"},
+      {{"grep", "", "x"}, "empty pattern"},
+      {{"grep", "a", (Scratch() / "absent").string()}, "cannot read"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args[1]);
+    Result r = RunZev(c.args);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+  }
+}
