@@ -2,6 +2,7 @@
 #include "zevutil/CxFilePath.h"
 
 #include <cstring>
+#include <string>
 
 namespace zev {
 
@@ -19,6 +20,16 @@ void CopyLimited(char (&dst)[N], const char* src, size_t max) {
 
 constexpr const char* kIllegalNameChars = "\\/:*?\"<>|";
 
+// Joins the parts into the full path and, unless noSplit, splits the join again
+// into the parts. The full path keeps at most 259 characters, where the old join ran
+// past its array; the parts come from the whole join, as they did then.
+void JoinParts(char (&full)[_MAX_PATH], char (&drive)[_MAX_DRIVE], char (&dir)[_MAX_DIR],
+               char (&base)[_MAX_FNAME], char (&ext)[_MAX_EXT], int noSplit) {
+  std::string joined = MakePath(drive, dir, base, ext);
+  CopyLimited(full, joined.c_str(), 259);
+  if (!noSplit) _splitpath(joined.c_str(), drive, dir, base, ext);
+}
+
 }  // namespace
 
 // ---- CxFilePath ----
@@ -33,9 +44,7 @@ void CxFilePath::Reset() {
 }
 
 void CxFilePath::merge(int noSplit) {
-  // The join stops at the full path's size, where the old one ran past it.
-  _makepath(m_szFullpath, m_szDrive, m_szDir, m_szBasename, m_szExt);
-  if (!noSplit) split(1);
+  JoinParts(m_szFullpath, m_szDrive, m_szDir, m_szBasename, m_szExt, noSplit);
 }
 
 void CxFilePath::split(int noMerge) {
@@ -80,8 +89,7 @@ void CtFilePath::Reset() {
 }
 
 void CtFilePath::merge(int noSplit) {
-  _makepath(m_szFullpath, m_szDrive, m_szDir, m_szBasename, m_szExt);
-  if (!noSplit) split(1);
+  JoinParts(m_szFullpath, m_szDrive, m_szDir, m_szBasename, m_szExt, noSplit);
 }
 
 void CtFilePath::split(int noMerge) {

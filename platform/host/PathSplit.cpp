@@ -2,6 +2,7 @@
 // Contract: pure text operations, no file system access; both '/' and '\' separate
 // directories; every output stays within its documented size.
 #include <cstring>
+#include <string>
 
 #include "zevutil/platform/FileFind.h"
 
@@ -53,31 +54,29 @@ void _splitpath(const char* path, char* drive, char* dir, char* fname, char* ext
   }
 }
 
+std::string MakePath(const char* drive, const char* dir, const char* fname, const char* ext) {
+  std::string out;
+  if (drive && drive[0]) {
+    out += drive[0];
+    out += ':';
+  }
+  if (dir && dir[0]) {
+    out += dir;
+    if (out.back() != '/' && out.back() != '\\') out += '\\';
+  }
+  if (fname) out += fname;
+  if (ext && ext[0]) {
+    if (ext[0] != '.') out += '.';
+    out += ext;
+  }
+  return out;
+}
+
 void _makepath(char* path, const char* drive, const char* dir, const char* fname, const char* ext) {
   if (!path) return;
   // The old runtime trusted the caller's _MAX_PATH buffer; the join stops at its end.
-  size_t n = 0;
-  auto put = [&](char c) {
-    if (n < size_t(_MAX_PATH) - 1) path[n++] = c;
-  };
-  auto puts = [&](const char* s) {
-    for (; s && *s; ++s) put(*s);
-  };
-  if (drive && drive[0]) {
-    put(drive[0]);
-    put(':');
-  }
-  if (dir && dir[0]) {
-    puts(dir);
-    char last = dir[std::strlen(dir) - 1];
-    if (last != '/' && last != '\\') put('\\');
-  }
-  puts(fname);
-  if (ext && ext[0]) {
-    if (ext[0] != '.') put('.');
-    puts(ext);
-  }
-  path[n] = '\0';
+  std::string joined = MakePath(drive, dir, fname, ext);
+  CopyPart(path, _MAX_PATH, joined.data(), joined.size());
 }
 
 }  // namespace zev

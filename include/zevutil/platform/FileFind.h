@@ -1,6 +1,8 @@
 // Directory search with the old platform's wildcard rules (FindFirstFileA and kin),
 // and path split and join in four parts (_splitpath, _makepath).
 #pragma once
+#include <string>
+
 #include "zevutil/platform/Types.h"
 
 namespace zev {
@@ -74,5 +76,7 @@ void _splitpath(const char* path, char* drive, char* dir, char* fname, char* ext
 // added unless it ends in '/' or '\', the name, and the extension with a '.' added
 // unless it has one. 'path' receives at most _MAX_PATH bytes with its NUL.
 void _makepath(char* path, const char* drive, const char* dir, const char* fname, const char* ext);
+// The same join without a length limit.
+std::string MakePath(const char* drive, const char* dir, const char* fname, const char* ext);
 
 }  // namespace zev
