@@ -17,10 +17,12 @@
 namespace zev {
 
 DWORD g_dwVqeTlsIndex = TLS_OUT_OF_INDEXES;
-VqeReportStream* g_pVqeLastStream = nullptr;
 VqeThreadBlock* g_pVqeLoadBlock = nullptr;
 
 namespace {
+
+// The stream object constructed last.
+VqeReportStream* g_pVqeLastStream = nullptr;
 
 // The block the last stream operation found in the slot. Only the loading thread ever
 // gets past the slot test, so only that thread writes it.

@@ -48,7 +48,14 @@ TEST(ArchiveForms, CountedTextBytes) {
     SCOPED_TRACE(c.text.size());
     EXPECT_EQ(Stored([&](CArchive& ar) { ar << c.text.c_str(); }), Concat(c.prefix, c.text));
   }
-  EXPECT_THROW(Stored([](CArchive& ar) { ar << static_cast<const char*>(nullptr); }), CException*);
+  bool rejected = false;
+  try {
+    Stored([](CArchive& ar) { ar << static_cast<const char*>(nullptr); });
+  } catch (CInvalidArgException* e) {
+    rejected = true;
+    e->Delete();
+  }
+  EXPECT_TRUE(rejected);
 }
 
 TEST(ArchiveForms, WideTextBytesAndRoundTrip) {

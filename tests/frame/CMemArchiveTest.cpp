@@ -134,19 +134,6 @@ TEST(CMemArchive, SetDataAndAttachReplaceTheData) {
   EXPECT_EQ(ar.GetDataSize(), ULONG(sizeof source));
 }
 
-TEST(CMemArchive, AttachedBufferDoesNotGrow) {
-  CMemArchive ar(CArchive::store);
-  ar.Attach(static_cast<BYTE*>(std::malloc(16)), 16);
-  bool memory = false;
-  try {
-    ar << DWORD(1);
-  } catch (CMemoryException* e) {
-    memory = true;
-    e->Delete();
-  }
-  EXPECT_TRUE(memory);
-}
-
 TEST(CMemArchive, ComparisonCopyAndChecksum) {
   CMemArchive a(CArchive::store), b(CArchive::load), c(CArchive::store), empty(CArchive::store);
   a.Write("123456789", 9);
