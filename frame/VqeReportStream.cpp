@@ -2,10 +2,10 @@
 // functors and the library's global stream objects.
 #include "zevutil/VqeReportStream.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <mutex>
@@ -78,7 +78,7 @@ std::string& LogPathOverride() {
   return *s;
 }
 
-// The default log place and whether it is the default (whose folder we create).
+// The log place when none is set: the XDG state folder, else under the home folder.
 std::string DefaultLogFilePath() {
   const char* state = std::getenv("XDG_STATE_HOME");
   if (state && state[0] == '/') return std::string(state) + "/zevutil/VqeLog.txt";
@@ -211,7 +211,8 @@ VqeReportStream& VqeReportStream::PrependMsg(const char* text) {
     return *this;
   }
   std::memcpy(b->pszScratch, b->pszMsg, m + 1);
-  // The new text stays whole as far as it fits; the old one fills what room is left.
+  // The new text stays whole as far as it fits and the old one fills what room is
+  // left; a new text longer than the buffer is cut rather than copied past its end.
   size_t head = std::min(n, cap - 1);
   std::memcpy(b->pszMsg, text, head);
   size_t tail = std::min(m, cap - 1 - head);
@@ -356,7 +357,8 @@ void FormatInto(char* buf, const char* format, va_list args) {
     buf[0] = '\0';
     return;
   }
-  // Texts longer than the buffer are cut at 511 characters.
+  // Formatted with a bound: a text longer than the buffer is cut at 511 characters
+  // rather than written past the buffer's end.
   vsnprintf_win(buf, kFunctorBufSize, format, args);
 }
 }  // namespace
