@@ -47,10 +47,12 @@ void CArchive::Close() {
   if (!m_pFile) return;
   Flush();
   m_pFile = nullptr;
+  // No pointer into the file's memory survives the close.
+  m_lpBufStart = m_lpBufCur = m_lpBufMax = nullptr;
 }
 
 void CArchive::Flush() {
-  if (!m_pFile) return;
+  if (!m_pFile) return;  // closed: nothing to flush (writers check for room afterwards)
   if (IsLoading()) {
     // Give back what was buffered and not read, so the file position is exact.
     if (m_lpBufMax != m_lpBufCur) m_pFile->Seek(-LONGLONG(m_lpBufMax - m_lpBufCur), CFile::current);
@@ -130,6 +132,7 @@ void CArchive::Write(const void* buf, UINT count) {
   if (IsLoading()) AfxThrowArchiveException(CArchiveException::readOnly, m_strFileName);
   const BYTE* in = static_cast<const BYTE*>(buf);
   if (!m_bDirectBuffer && count >= UINT(m_nBufSize)) {
+    if (!m_pFile) AfxThrowArchiveException(CArchiveException::genericException, m_strFileName);
     Flush();
     m_pFile->Write(in, count);
     return;
@@ -138,6 +141,7 @@ void CArchive::Write(const void* buf, UINT count) {
   while (done < count) {
     size_t room = m_lpBufCur ? size_t(m_lpBufMax - m_lpBufCur) : 0;
     if (room == 0) {
+      if (!m_pFile) AfxThrowArchiveException(CArchiveException::genericException, m_strFileName);
       Flush();
       continue;
     }

@@ -118,3 +118,21 @@ TEST(CArchive, DirectBufferingOnAMemoryFileKeepsPositionsExact) {
   ar >> w;
   EXPECT_EQ(w, 5);
 }
+
+TEST(CArchive, UseAfterCloseThrowsInsteadOfWriting) {
+  CMemFile m;
+  CArchive ar(&m, CArchive::store);
+  ar << 1;
+  ar.Close();
+  EXPECT_EQ(m.GetLength(), 4u);
+  for (int round = 0; round < 2; ++round) {
+    try {
+      if (round == 0) ar << 2;
+      else ar.Write("abc", 3);
+      ADD_FAILURE() << "no exception";
+    } catch (CArchiveException* e) {
+      e->Delete();
+    }
+  }
+  EXPECT_EQ(m.GetLength(), 4u);
+}

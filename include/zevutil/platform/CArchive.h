@@ -80,7 +80,12 @@ class CArchive {
   template <class T>
   CArchive& Put(T v) {
     if (IsLoading()) AfxThrowArchiveException(CArchiveException::readOnly, m_strFileName);
-    if (m_lpBufCur == nullptr || size_t(m_lpBufMax - m_lpBufCur) < sizeof(T)) Flush();
+    if (m_lpBufCur == nullptr || size_t(m_lpBufMax - m_lpBufCur) < sizeof(T)) {
+      Flush();
+      // A closed archive has no buffer left to write into.
+      if (m_lpBufCur == nullptr || size_t(m_lpBufMax - m_lpBufCur) < sizeof(T))
+        AfxThrowArchiveException(CArchiveException::genericException, m_strFileName);
+    }
     std::memcpy(m_lpBufCur, &v, sizeof(T));  // the host is little-endian, as the stored form
     m_lpBufCur += sizeof(T);
     return *this;
