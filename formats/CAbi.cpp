@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <mutex>
 #include <string>
 
 #include "formats/CAbiInternal.h"
@@ -21,24 +22,55 @@ constexpr int kRawDataTag = 0;    // DATA 1-4
 constexpr int kVcptDataTag = 4;   // DATA 5-8
 constexpr int kSampleTag = 8;     // DATA 9-12
 
-std::vector<std::uint8_t> ReadWholeFile(CFile& file) {
-  ULONGLONG length = file.GetLength();
-  std::vector<std::uint8_t> bytes;
-  try {
-    bytes.resize(std::size_t(length));
-  } catch (const std::exception&) {
-    AfxThrowMemoryException();
+// The bytes of a whole file. The buffer is kept per thread for the next file (unless it
+// grew large), since reading many files one after the other is the common case.
+class FileBytes {
+ public:
+  explicit FileBytes(CFile& file) {
+    ULONGLONG length = file.GetLength();
+    Buffer& buffer = ThreadBuffer();
+    if (length > buffer.capacity) {
+      try {
+        buffer.bytes.reset(new std::uint8_t[std::size_t(length)]);
+      } catch (const std::exception&) {
+        buffer.capacity = 0;
+        AfxThrowMemoryException();
+      }
+      buffer.capacity = std::size_t(length);
+    }
+    m_data = buffer.bytes.get();
+    while (m_size < length) {
+      UINT chunk = UINT(std::min<ULONGLONG>(length - m_size, 1u << 30));
+      UINT n = file.Read(m_data + m_size, chunk);
+      if (n == 0) break;  // a file that shrank meanwhile reads short, which is no error
+      m_size += n;
+    }
   }
-  std::size_t got = 0;
-  while (got < bytes.size()) {
-    UINT chunk = UINT(std::min<std::size_t>(bytes.size() - got, 1u << 30));
-    UINT n = file.Read(bytes.data() + got, chunk);
-    if (n == 0) break;
-    got += n;
+  ~FileBytes() {
+    Buffer& buffer = ThreadBuffer();
+    if (buffer.capacity > kKeep) {
+      buffer.bytes.reset();
+      buffer.capacity = 0;
+    }
   }
-  bytes.resize(got);  // a file that shrank meanwhile reads short, which is no error
-  return bytes;
-}
+  FileBytes(const FileBytes&) = delete;
+  FileBytes& operator=(const FileBytes&) = delete;
+  const std::uint8_t* data() const { return m_data; }
+  std::size_t size() const { return m_size; }
+
+ private:
+  static constexpr std::size_t kKeep = std::size_t(16) << 20;
+  struct Buffer {
+    std::unique_ptr<std::uint8_t[]> bytes;
+    std::size_t capacity = 0;
+  };
+  static Buffer& ThreadBuffer() {
+    thread_local Buffer buffer;
+    return buffer;
+  }
+  std::uint8_t* m_data = nullptr;
+  std::size_t m_size = 0;
+};
 
 Abi_flag_record ParseRecord(const std::uint8_t* p) {
   Abi_flag_record r;
@@ -83,10 +115,33 @@ void ByteSwapRecord(Abi_flag_record& r) {
 
 }  // namespace
 
-CAbi::CAbi()
-    // The defaults come from the framework's three-argument constructor, which takes
-    // these as a DOS date and time; kept: written files have always carried them.
-    : m_runStart(1, 1, 2000), m_runStop(1, 2, 2000) {}
+namespace {
+
+// The default run start and stop come from the framework's three-argument constructor,
+// which takes (1, 1, 2000) and (1, 2, 2000) as a DOS date and time with a daylight flag
+// of 2000; kept: written files have always carried them. Asking the C library for a
+// daylight time in a zone without one is slow, so the pair is made once per time zone.
+void DefaultRunTimes(CTime& start, CTime& stop) {
+  static std::mutex lock;
+  static bool made = false;
+  static std::string zone;
+  static CTime cachedStart, cachedStop;
+  const char* tz = std::getenv("TZ");
+  std::string key = tz ? std::string("TZ=") + tz : std::string();  // empty: no TZ set
+  std::lock_guard<std::mutex> guard(lock);
+  if (!made || zone != key) {
+    cachedStart = CTime(1, 1, 2000);
+    cachedStop = CTime(1, 2, 2000);
+    zone = key;
+    made = true;
+  }
+  start = cachedStart;
+  stop = cachedStop;
+}
+
+}  // namespace
+
+CAbi::CAbi() { DefaultRunTimes(m_runStart, m_runStop); }
 
 CAbi::~CAbi() {
   m_pFileStatus.reset();
@@ -114,7 +169,7 @@ int CAbi::Read(const CString& path) {
   m_bStatusValid = 0;
   try {
     CFile file(path, CFile::modeRead | CFile::typeBinary);
-    std::vector<std::uint8_t> bytes = ReadWholeFile(file);
+    FileBytes bytes(file);
     InitMemberData();
     ByteCursor in(bytes.data(), bytes.size(), true);
     ParseFile(in, false);
@@ -139,7 +194,7 @@ int CAbi::GetFileStats(const CString& path, unsigned int& samples, unsigned int&
   m_bStatusValid = 0;
   try {
     CFile file(path, CFile::modeRead | CFile::typeBinary);
-    std::vector<std::uint8_t> bytes = ReadWholeFile(file);
+    FileBytes bytes(file);
     InitMemberData();
     ByteCursor in(bytes.data(), bytes.size(), true);
     ParseFile(in, true);
@@ -254,20 +309,51 @@ void CAbi::ReadTrace(ByteCursor& in, int firstTag, LONG count, SharedArray<AbiTr
                      WORD fill, bool byTraceOrder) {
   if (count == 0) return;
   CheckFileCanFill(in, count, 2);
-  array.allocate(std::size_t(count));
+  std::size_t n = std::size_t(count);
+  array.allocate(n, false);
   AbiTraceRecord* data = array.get();
-  if (fill)
-    for (std::size_t j = 0; j < array.n; ++j) data[j] = AbiTraceRecord{{fill, fill, fill, fill}};
   CString order = byTraceOrder ? TraceOrderOrDefault() : CString("ACGT");
+
+  // Which channel lands in which slot, and how far: a letter other than A, C, G, T
+  // drops its channel. The voltage array is sized by its first channel; a longer later
+  // one is cut there rather than run past the array.
+  int slotOf[4];
+  std::size_t covered[4] = {0, 0, 0, 0};
+  for (int k = 0; k < 4; ++k) {
+    const Abi_flag_record& rec = m_pTagTable[firstTag + k];
+    slotOf[k] = rec.NumElements > 0 ? abif::SlotOfLetter(order[k]) : -1;
+    if (slotOf[k] >= 0) covered[slotOf[k]] = std::max(covered[slotOf[k]], std::min<std::size_t>(std::size_t(rec.NumElements), n));
+  }
+  // The common case: each slot fed by one channel that covers the whole array inside
+  // the file. Then the four channels are interleaved in one pass.
+  const std::uint8_t* source[4] = {};
+  int feeding[4] = {0, 0, 0, 0};
+  for (int k = 0; k < 4; ++k)
+    if (slotOf[k] >= 0) ++feeding[slotOf[k]];
+  bool direct = true;
+  for (int k = 0; k < 4 && direct; ++k) {
+    if (slotOf[k] < 0) continue;
+    const Abi_flag_record& rec = m_pTagTable[firstTag + k];
+    direct = rec.DataOffset >= 0 && covered[slotOf[k]] == n && std::size_t(rec.NumElements) >= n &&
+             in.RangeInside(std::uint64_t(rec.DataOffset), 2 * std::uint64_t(n)) && feeding[slotOf[k]] == 1;
+    source[slotOf[k]] = in.Data() + rec.DataOffset;
+  }
+  for (int s = 0; s < 4 && direct; ++s) direct = feeding[s] == 1;
+  if (direct) {
+    abif::InterleaveChannels(source, n, data);
+    return;
+  }
+
+  // Every slot gets the fill past what its channels reach; each value is written once.
+  for (int s = 0; s < 4; ++s)
+    for (std::size_t j = covered[s]; j < n; ++j) data[j].Slot[s] = fill;
   for (int k = 0; k < 4; ++k) {
     const Abi_flag_record& rec = m_pTagTable[firstTag + k];
     if (rec.NumElements <= 0) continue;
     SeekData(in, rec.DataOffset);
-    int slot = abif::SlotOfLetter(order[k]);
-    if (slot < 0) continue;  // a letter other than A, C, G, T drops the channel
-    // The voltage array is sized by its first channel; a longer later one is cut there
-    // rather than run past the array.
-    std::size_t m = std::min<std::size_t>(std::size_t(rec.NumElements), array.n);
+    int slot = slotOf[k];
+    if (slot < 0) continue;
+    std::size_t m = std::min<std::size_t>(std::size_t(rec.NumElements), n);
     std::size_t whole = std::min(m, in.Remaining() / 2);
     const std::uint8_t* p = in.Data() + in.Tell();
     for (std::size_t j = 0; j < whole; ++j) data[j].Slot[slot] = LoadU16(p + 2 * j);

@@ -102,14 +102,18 @@ inline int SlotOfLetter(char letter) {
 // cut at a NUL byte.
 CString ReadPascalString(ByteCursor& in, const Abi_flag_record& rec);
 
+// Four channels of n big-endian values into n records of four host-order slots.
+void InterleaveChannels(const std::uint8_t* const source[4], std::size_t n, AbiTraceRecord* out);
+
 }  // namespace abif
 
+// A new array, zeroed unless the caller fills every element itself.
 template <class T>
-void CAbi::SharedArray<T>::allocate(std::size_t count) {
+void CAbi::SharedArray<T>::allocate(std::size_t count, bool zeroed) {
   reset();
   if (count == 0) return;
   try {
-    p = std::shared_ptr<T[]>(new T[count]());
+    p = std::shared_ptr<T[]>(zeroed ? new T[count]() : new T[count]);
   } catch (const std::bad_alloc&) {
     AfxThrowMemoryException();
   }

@@ -81,7 +81,7 @@ void CAbi::ReadBases(ByteCursor& in) {
   if (count == 0) return;
   CheckFileCanFill(in, count, 3);
   std::size_t n = std::size_t(count);
-  m_bases.allocate(n);
+  m_bases.allocate(n, false);  // every record is filled below
   AbiBaseRecord* bases = m_bases.get();
   const Abi_flag_record* letters = Record("PBAS", 2);
   const Abi_flag_record* positions = Record("PLOC", 2);

@@ -235,7 +235,7 @@ class CAbi {
     std::size_t n = 0;
     T* get() const { return p.get(); }
     void reset() { p.reset(); n = 0; }
-    void allocate(std::size_t count);  // value-initialised
+    void allocate(std::size_t count, bool zeroed = true);
   };
   class Image;  // the file being written, in memory
 
