@@ -18,6 +18,11 @@
 #include "zevutil/CObSeqIDList.h"
 
 // Persistent objects.
+#include "zevutil/CObjHeader.h"
+#include "zevutil/TIUnknown.h"
+#include "zevutil/CComSmartPtr.h"
+#include "zevutil/ObjEscrow.h"
+#include "zevutil/CBaseOgramData.h"
 
 // Sequence and run-data model.
 #include "zevutil/CBaseSequence.h"
@@ -26,6 +31,9 @@
 #include "zevutil/CChannelIDList.h"
 #include "zevutil/ContaminantMatch.h"
 #include "zevutil/IUBCODE.h"
+#include "zevutil/CDataArray.h"
+#include "zevutil/CInstrumentCalib.h"
+#include "zevutil/CGraphicsInfoArray.h"
 
 // Codecs and utilities.
 #include "zevutil/CBitVector.h"
