@@ -23,8 +23,9 @@ constexpr int kRingSize = CLZSS_Compressor::N;
 constexpr int kLookAhead = CLZSS_Compressor::F;
 constexpr int kStart = kRingSize - kLookAhead;  // 4078
 constexpr int kTextBufSize = kRingSize + kLookAhead - 1;
-constexpr int kRsonSize = kRingSize + 257;
-constexpr int kLsonSize = kRingSize + 1;
+constexpr int kNodes = kRingSize + 257;  // ring positions, NIL and the 256 roots
+constexpr int kDadSize = kRingSize + 1;
+using Link = std::uint16_t;
 
 std::uint64_t Load64(const unsigned char* p) {
   std::uint64_t v;
@@ -32,32 +33,24 @@ std::uint64_t Load64(const unsigned char* p) {
   return v;
 }
 
-// Index of the first byte where a[0..16] and b[0..16] differ, or 17 when they agree.
-inline int FirstDifference17(const unsigned char* a, const unsigned char* b) {
-  if constexpr (std::endian::native == std::endian::little) {
-    std::uint64_t x = Load64(a) ^ Load64(b);
-    if (x) return std::countr_zero(x) >> 3;
-    x = Load64(a + 8) ^ Load64(b + 8);
-    if (x) return 8 + (std::countr_zero(x) >> 3);
-    return a[16] != b[16] ? 16 : 17;
-  } else {
-    int i = 0;
-    while (i < 17 && a[i] == b[i]) ++i;
-    return i;
-  }
+// Eight bytes as a number whose most significant byte is the first.
+inline std::uint64_t LoadBigEndian64(const unsigned char* p) {
+  const std::uint64_t v = Load64(p);
+  if constexpr (std::endian::native == std::endian::little)
+    return __builtin_bswap64(v);
+  else
+    return v;
 }
 
 }  // namespace
 
 CLZSS_Compressor::CLZSS_Compressor() {
   m_pTextBuf = static_cast<unsigned char*>(std::calloc(kTextBufSize, 1));
-  m_pLson = static_cast<int*>(std::calloc(kLsonSize, sizeof(int)));
-  m_pRson = static_cast<int*>(std::calloc(kRsonSize, sizeof(int)));
-  m_pDad = static_cast<int*>(std::calloc(kLsonSize, sizeof(int)));
-  if (!m_pTextBuf || !m_pLson || !m_pRson || !m_pDad) {
+  m_pChildren = static_cast<Link(*)[2]>(std::calloc(kNodes, sizeof(Link[2])));
+  m_pDad = static_cast<Link*>(std::calloc(kDadSize, sizeof(Link)));
+  if (!m_pTextBuf || !m_pChildren || !m_pDad) {
     std::free(m_pTextBuf);
-    std::free(m_pLson);
-    std::free(m_pRson);
+    std::free(m_pChildren);
     std::free(m_pDad);
     AfxThrowMemoryException();
   }
@@ -65,8 +58,7 @@ CLZSS_Compressor::CLZSS_Compressor() {
 
 CLZSS_Compressor::~CLZSS_Compressor() {
   std::free(m_pTextBuf);
-  std::free(m_pLson);
-  std::free(m_pRson);
+  std::free(m_pChildren);
   std::free(m_pDad);
   std::free(m_pOutBase);
 }
@@ -93,9 +85,8 @@ int CLZSS_Compressor::DecompressBlock(void*& out, ULONG& outSize, const void* in
 
 void CLZSS_Compressor::reset(const void* in, ULONG size, int compressing) {
   std::memset(m_pTextBuf, 0, kTextBufSize);
-  std::memset(m_pLson, 0, sizeof(int) * kLsonSize);
-  std::memset(m_pRson, 0, sizeof(int) * kRsonSize);
-  std::memset(m_pDad, 0, sizeof(int) * kLsonSize);
+  std::memset(m_pChildren, 0, sizeof(Link[2]) * kNodes);
+  std::memset(m_pDad, 0, sizeof(Link) * kDadSize);
   m_nTextSize = m_nCodeSize = m_nPrintCount = 0;
 
   m_pInBase = m_pIn = static_cast<const unsigned char*>(in);
@@ -155,86 +146,135 @@ void CLZSS_Compressor::lzPrintf(const char* format, ...) {
 }
 
 void CLZSS_Compressor::InitTree() {
-  for (int i = kRingSize + 1; i <= kRingSize + 256; ++i) m_pRson[i] = NIL;
+  for (int i = kRingSize + 1; i <= kRingSize + 256; ++i) m_pChildren[i][1] = NIL;
   for (int i = 0; i < kRingSize; ++i) m_pDad[i] = NIL;
 }
 
-void CLZSS_Compressor::InsertNode(int r) {
-  unsigned char* const text = m_pTextBuf;
-  int* const lson = m_pLson;
-  int* const rson = m_pRson;
-  int* const dad = m_pDad;
+namespace {
+
+// The tree in plain pointers, so that the coder's inner loop works on locals. The
+// functions have internal linkage and can be inlined into Encode.
+struct Tree {
+  unsigned char* text;
+  Link (*kids)[2];  // [node][0] left, [node][1] right
+  Link* dad;
+};
+
+// Both children of a node in one load: left in the low half, right in the high half.
+inline std::uint32_t LoadChildren(const Link (*kids)[2], int node) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::uint32_t pair;
+    std::memcpy(&pair, kids[node], sizeof pair);
+    return pair;
+  } else {
+    return std::uint32_t(kids[node][0]) | (std::uint32_t(kids[node][1]) << 16);
+  }
+}
+
+inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLength) {
+  constexpr int NIL = CLZSS_Compressor::NIL;
+  const unsigned char* const text = t.text;
+  Link (*const kids)[2] = t.kids;
+  Link* const dad = t.dad;
   const unsigned char* key = &text[r];
   int p = kRingSize + 1 + key[0];
-  rson[r] = lson[r] = NIL;
-  int matchLength = 0;
-  int matchPosition = m_nMatchPosition;
-  int cmp = 1;
+  kids[r][0] = kids[r][1] = NIL;
+  int length = 0;
+  int position = matchPosition;
+  // Eight key bytes at a time, most significant first, so that one unsigned comparison
+  // orders two strings by their first differing byte, as the byte-wise compare does.
+  const std::uint64_t key1 = LoadBigEndian64(key + 1);
+  int side = 1;  // the roots use only right links
+  int q = kids[p][1];
   for (;;) {
-    int* link = cmp >= 0 ? &rson[p] : &lson[p];
-    if (*link == NIL) {
-      *link = r;
-      dad[r] = p;
-      m_nMatchLength = matchLength;
-      m_nMatchPosition = matchPosition;
+    if (q == NIL) {
+      kids[p][side] = Link(r);
+      dad[r] = Link(p);
+      matchLength = length;
+      matchPosition = position;
       return;
     }
-    p = *link;
-    int i = 1 + FirstDifference17(key + 1, &text[p + 1]);
-    if (i < kLookAhead) cmp = int(key[i]) - int(text[p + i]);
-    if (i > matchLength) {
-      matchPosition = p;
-      matchLength = i;
-      if (i >= kLookAhead) break;
+    p = q;
+    // The children are fetched while the keys are compared; the comparison then only
+    // picks one, and nothing waits on a branch whose direction is a coin toss.
+    const std::uint32_t children = LoadChildren(kids, p);
+    const std::uint64_t node1 = LoadBigEndian64(&text[p + 1]);
+    int i;
+    if (key1 != node1) {
+      i = 1 + (std::countl_zero(key1 ^ node1) >> 3);
+      side = key1 > node1;
+    } else {
+      const std::uint64_t key2 = LoadBigEndian64(key + 9);
+      const std::uint64_t node2 = LoadBigEndian64(&text[p + 9]);
+      if (key2 != node2) {
+        i = 9 + (std::countl_zero(key2 ^ node2) >> 3);
+        side = key2 > node2;
+      } else if (key[17] != text[p + 17]) {
+        i = 17;
+        side = key[17] > text[p + 17];
+      } else {
+        position = p;
+        length = kLookAhead;
+        break;
+      }
     }
+    q = int((children >> (side * 16)) & 0xFFFF);
+    const bool longer = i > length;
+    position = longer ? p : position;
+    length = longer ? i : length;
   }
-  m_nMatchLength = matchLength;
-  m_nMatchPosition = matchPosition;
+  matchLength = length;
+  matchPosition = position;
   // An equal string is present: r takes over p's place, which drops the older copy.
-  dad[r] = dad[p];
-  lson[r] = lson[p];
-  rson[r] = rson[p];
-  dad[lson[p]] = r;
-  dad[rson[p]] = r;
-  if (rson[dad[p]] == p)
-    rson[dad[p]] = r;
-  else
-    lson[dad[p]] = r;
+  const int parent = dad[p];
+  dad[r] = Link(parent);
+  kids[r][0] = kids[p][0];
+  kids[r][1] = kids[p][1];
+  dad[kids[p][0]] = Link(r);
+  dad[kids[p][1]] = Link(r);
+  kids[parent][kids[parent][1] == p ? 1 : 0] = Link(r);
   dad[p] = NIL;
 }
 
-void CLZSS_Compressor::DeleteNode(int p) {
-  int* const lson = m_pLson;
-  int* const rson = m_pRson;
-  int* const dad = m_pDad;
+inline void DeleteString(const Tree& t, int p) {
+  constexpr int NIL = CLZSS_Compressor::NIL;
+  Link (*const kids)[2] = t.kids;
+  Link* const dad = t.dad;
   if (dad[p] == NIL) return;
+  const int left = kids[p][0];
+  const int right = kids[p][1];
   int q;
-  if (rson[p] == NIL) {
-    q = lson[p];
-  } else if (lson[p] == NIL) {
-    q = rson[p];
+  if (left == NIL || right == NIL) {
+    q = right == NIL ? left : right;
   } else {
-    q = lson[p];
-    if (rson[q] != NIL) {
+    // Both children: the rightmost node of the left subtree takes p's place.
+    q = left;
+    if (kids[q][1] != NIL) {
       do {
-        q = rson[q];
-      } while (rson[q] != NIL);
-      rson[dad[q]] = lson[q];
-      dad[lson[q]] = dad[q];
-      lson[q] = lson[p];
-      dad[lson[p]] = q;
+        q = kids[q][1];
+      } while (kids[q][1] != NIL);
+      kids[dad[q]][1] = kids[q][0];
+      dad[kids[q][0]] = dad[q];
+      kids[q][0] = Link(left);
+      dad[left] = Link(q);
     }
-    rson[q] = rson[p];
-    dad[rson[p]] = q;
+    kids[q][1] = Link(right);
+    dad[right] = Link(q);
   }
-  dad[q] = dad[p];
-  // A root's link is always a right child, so lson is never indexed past its end here.
-  if (rson[dad[p]] == p)
-    rson[dad[p]] = q;
-  else
-    lson[dad[p]] = q;
+  const int parent = dad[p];
+  dad[q] = Link(parent);
+  // A root's link is always a right child.
+  kids[parent][kids[parent][1] == p ? 1 : 0] = Link(q);
   dad[p] = NIL;
 }
+
+}  // namespace
+
+void CLZSS_Compressor::InsertNode(int r) {
+  InsertString(Tree{m_pTextBuf, m_pChildren, m_pDad}, r, m_nMatchPosition, m_nMatchLength);
+}
+
+void CLZSS_Compressor::DeleteNode(int p) { DeleteString(Tree{m_pTextBuf, m_pChildren, m_pDad}, p); }
 
 void CLZSS_Compressor::Encode() {
   InitTree();
@@ -258,18 +298,21 @@ void CLZSS_Compressor::Encode() {
     m_pIn = in;
     return;
   }
-  for (int i = 1; i <= kLookAhead; ++i) InsertNode(r - i);
-  InsertNode(r);
+  const Tree tree{m_pTextBuf, m_pChildren, m_pDad};
+  int matchPosition = m_nMatchPosition;
+  int matchLength = m_nMatchLength;
+  for (int i = 1; i <= kLookAhead; ++i) InsertString(tree, r - i, matchPosition, matchLength);
+  InsertString(tree, r, matchPosition, matchLength);
   do {
-    if (m_nMatchLength > len) m_nMatchLength = len;
-    if (m_nMatchLength <= THRESHOLD) {
-      m_nMatchLength = 1;
+    if (matchLength > len) matchLength = len;
+    if (matchLength <= THRESHOLD) {
+      matchLength = 1;
       codeBuf[0] = static_cast<unsigned char>(codeBuf[0] | mask);
       codeBuf[codeBufPtr++] = text[r];
     } else {
-      codeBuf[codeBufPtr++] = static_cast<unsigned char>(m_nMatchPosition);
+      codeBuf[codeBufPtr++] = static_cast<unsigned char>(matchPosition);
       codeBuf[codeBufPtr++] =
-          static_cast<unsigned char>(((m_nMatchPosition >> 4) & 0xF0) | (m_nMatchLength - (THRESHOLD + 1)));
+          static_cast<unsigned char>(((matchPosition >> 4) & 0xF0) | (matchLength - (THRESHOLD + 1)));
     }
     if ((mask <<= 1) == 0x100) {
       writeOut(codeBuf, ULONG(codeBufPtr));
@@ -278,28 +321,30 @@ void CLZSS_Compressor::Encode() {
       codeBufPtr = 1;
       mask = 1;
     }
-    const int lastMatchLength = m_nMatchLength;
+    const int lastMatchLength = matchLength;
     int i = 0;
     for (; i < lastMatchLength && in != inEnd; ++i) {
       unsigned char c = *in++;
-      DeleteNode(s);
+      DeleteString(tree, s);
       text[s] = c;
       // The first F - 1 bytes are mirrored after the ring so that keys never wrap.
       if (s < kLookAhead - 1) text[s + kRingSize] = c;
       s = (s + 1) & (kRingSize - 1);
       r = (r + 1) & (kRingSize - 1);
-      InsertNode(r);
+      InsertString(tree, r, matchPosition, matchLength);
     }
     if ((m_nTextSize += ULONG(i)) > m_nPrintCount) m_nPrintCount += 1024;
     // At the end of the input the ring keeps its old bytes: they can only extend a match
     // that is then cut back to what remains.
     while (i++ < lastMatchLength) {
-      DeleteNode(s);
+      DeleteString(tree, s);
       s = (s + 1) & (kRingSize - 1);
       r = (r + 1) & (kRingSize - 1);
-      if (--len) InsertNode(r);
+      if (--len) InsertString(tree, r, matchPosition, matchLength);
     }
   } while (len > 0);
+  m_nMatchPosition = matchPosition;
+  m_nMatchLength = matchLength;
   if (codeBufPtr > 1) {
     writeOut(codeBuf, ULONG(codeBufPtr));
     m_nCodeSize += ULONG(codeBufPtr);
@@ -311,65 +356,103 @@ void CLZSS_Compressor::Encode() {
   lzPrintf("Out/In: %.3f\n", double(m_nCodeSize) / double(m_nTextSize ? m_nTextSize : 1));
 }
 
+namespace {
+
+// Copies a pair from the output already written (distance back); the first N bytes of a
+// decode may also reach the initial ring.
+inline void CopyPair(unsigned char* out, size_t done, size_t distance, int pos, int len, const unsigned char* ring) {
+  if (done >= distance) {
+    const unsigned char* src = out - distance;
+    if (distance >= size_t(len)) {
+      std::memcpy(out, src, size_t(len));
+    } else {
+      for (int k = 0; k < len; ++k) out[k] = src[k];  // a run: each byte may be one just written
+    }
+    return;
+  }
+  for (int k = 0; k < len; ++k) {
+    if (done + size_t(k) >= distance)
+      out[k] = out[k - std::ptrdiff_t(distance)];
+    else
+      out[k] = ring[(pos + k) & (kRingSize - 1)];
+  }
+}
+
+inline size_t PairDistance(size_t done, int pos) {
+  const size_t distance = size_t((int((kStart + done) & (kRingSize - 1)) - pos) & (kRingSize - 1));
+  return distance == 0 ? size_t(kRingSize) : distance;
+}
+
+}  // namespace
+
 void CLZSS_Compressor::Decode() {
-  // The ring is the last N bytes of output, so a pair copies from the output itself;
-  // only the first N bytes can reach the initial ring: blanks below 4078 and, since
-  // reset zeroed the buffer, NULs from 4078 up.
+  // The ring always holds the last N bytes of output, so a pair copies from the output
+  // itself; only the first N bytes of a decode can reach the initial ring: blanks below
+  // 4078 and, since reset zeroed the buffer, NULs from 4078 up.
   std::memset(m_pTextBuf, ' ', kStart);
   const unsigned char* in = m_bEndOfInput ? m_pInBase + m_nInSize : m_pIn;
   const unsigned char* const inEnd = m_pInBase + m_nInSize;
-  unsigned flags = 0;
+  const size_t startOffset = size_t(m_pOut - m_pOutBase);
+  constexpr size_t kGroupIn = 1 + 16 + kLookAhead;      // a group, and slack to over-read
+  constexpr size_t kGroupOut = 8 * kLookAhead + kLookAhead;  // the most a group writes, and slack
   for (;;) {
-    if (((flags >>= 1) & 256) == 0) {
-      if (in == inEnd) break;
-      flags = unsigned(*in++) | 0xFF00u;
-      if (flags == 0xFFFFu && inEnd - in >= 8) {  // eight literals in a row
-        reserveOut(8);
-        std::memcpy(m_pOut, in, 8);
-        m_pOut += 8;
+    if (in == inEnd) break;
+    if (size_t(inEnd - in) >= kGroupIn && getOutbuffSpace() >= kGroupOut) {
+      // A whole group with room to spare: no end tests per item, and each item copies a
+      // fixed 18 bytes (from the input for a literal) of which only its length counts.
+      // No growth of the output would have happened within it either.
+      unsigned flags = *in++;
+      unsigned char* out = m_pOut;
+      if (flags == 0xFF) {
+        std::memcpy(out, in, 8);
         in += 8;
-        flags = 0;
+        m_pOut = out + 8;
         continue;
       }
-    }
-    if (flags & 1) {
-      if (in == inEnd) break;
-      reserveOut(1);
-      *m_pOut++ = *in++;
+      for (int item = 0; item < 8; ++item, flags >>= 1) {
+        const size_t done = size_t(out - m_pOutBase) - startOffset;
+        if (flags & 1) {
+          *out++ = *in++;
+          continue;
+        }
+        const int pos = in[0] | ((in[1] & 0xF0) << 4);
+        const int len = (in[1] & 0x0F) + THRESHOLD + 1;
+        in += 2;
+        const size_t distance = PairDistance(done, pos);
+        if (distance >= size_t(kLookAhead) && done >= distance) {
+          std::memcpy(out, out - distance, kLookAhead);  // apart by 18 or more: no overlap
+        } else {
+          CopyPair(out, done, distance, pos, len, m_pTextBuf);
+        }
+        out += len;
+      }
+      m_pOut = out;
       continue;
     }
-    if (inEnd - in < 2) {
-      in = inEnd;  // a pair cut short ends the stream
-      break;
-    }
-    const int i = in[0];
-    const int j = in[1];
-    in += 2;
-    const int pos = i | ((j & 0xF0) << 4);
-    const int len = (j & 0x0F) + THRESHOLD + 1;
-    reserveOut(ULONG(len));
-    unsigned char* out = m_pOut;
-    const size_t done = size_t(out - m_pOutBase);
-    const int ringWrite = int((kStart + done) & (kRingSize - 1));
-    size_t distance = size_t((ringWrite - pos) & (kRingSize - 1));
-    if (distance == 0) distance = kRingSize;
-    if (done >= distance) {
-      const unsigned char* src = out - distance;
-      if (distance >= size_t(len)) {
-        std::memcpy(out, src, size_t(len));
-      } else {
-        for (int k = 0; k < len; ++k) out[k] = src[k];
+    // Near the end of the input or of the block: item by item, exactly as the stream
+    // says, growing the block as byte-by-byte output would.
+    const unsigned flags = *in++;
+    for (int item = 0; item < 8; ++item) {
+      if (flags & (1u << item)) {
+        if (in == inEnd) goto finished;
+        reserveOut(1);
+        *m_pOut++ = *in++;
+        continue;
       }
-    } else {
-      for (int k = 0; k < len; ++k) {
-        if (done + size_t(k) >= distance)
-          out[k] = out[k - std::ptrdiff_t(distance)];
-        else
-          out[k] = m_pTextBuf[(pos + k) & (kRingSize - 1)];
+      if (inEnd - in < 2) {
+        in = inEnd;  // a pair cut short ends the stream
+        goto finished;
       }
+      const int pos = in[0] | ((in[1] & 0xF0) << 4);
+      const int len = (in[1] & 0x0F) + THRESHOLD + 1;
+      in += 2;
+      reserveOut(ULONG(len));
+      const size_t done = size_t(m_pOut - m_pOutBase) - startOffset;
+      CopyPair(m_pOut, done, PairDistance(done, pos), pos, len, m_pTextBuf);
+      m_pOut += len;
     }
-    m_pOut = out + len;
   }
+finished:
   m_pIn = in;
   m_bEndOfInput = in == inEnd;
 }

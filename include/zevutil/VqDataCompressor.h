@@ -1,6 +1,8 @@
 // VqDataCompressor: the abstract block compressor that stored data names by run-time
 // class, and CLZSS_Compressor, LZSS over a 4096-byte ring with a binary search tree.
 #pragma once
+#include <cstdint>
+
 #include "zevutil/platform/CObject.h"
 #include "zevutil/platform/Types.h"
 
@@ -72,9 +74,13 @@ class CLZSS_Compressor : public VqDataCompressor {
   unsigned char* m_pTextBuf = nullptr;  // N + F - 1 bytes: the ring and a copy of its first F - 1
   int m_nMatchPosition = 0;
   int m_nMatchLength = 0;
-  int* m_pLson = nullptr;  // N + 1
-  int* m_pRson = nullptr;  // N + 257: roots of the 256 trees at N + 1 + first byte
-  int* m_pDad = nullptr;   // N + 1
+  // The tree. Indices are ring positions or NIL, so 16 bits hold them, and each node's
+  // left and right child sit side by side: the tree then fits the first-level cache and
+  // one load fetches both children while the keys are compared.
+  using Link = std::uint16_t;
+  Link (*m_pChildren)[2] = nullptr;  // N + 257 pairs (left, right); the roots of the 256
+                                     // trees, one per first byte, are the right links at N + 1 + byte
+  Link* m_pDad = nullptr;            // N + 1 parents
   int m_bEndOfInput = 0;
 };
 
