@@ -171,6 +171,10 @@ inline std::uint32_t LoadChildren(const Link (*kids)[2], int node) {
   }
 }
 
+// kByteFirst settles strings that part at the first byte with a branch of their own: a
+// win on incompressible data, where nearly all do and the branch is predictable, and a
+// loss on text, where it is a coin toss. Both variants build the same tree.
+template <bool kByteFirst>
 inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLength) {
   constexpr int NIL = CLZSS_Compressor::NIL;
   const unsigned char* const text = t.text;
@@ -198,6 +202,16 @@ inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLen
     // The children are fetched while the keys are compared; the comparison then only
     // picks one, and nothing waits on a branch whose direction is a coin toss.
     const std::uint32_t children = LoadChildren(kids, p);
+    if constexpr (kByteFirst) {
+      const int nodeByte = text[p + 1];
+      if (nodeByte != key[1]) {
+        side = key[1] > nodeByte;
+        q = int((children >> (side * 16)) & 0xFFFF);
+        position = length < 1 ? p : position;
+        length = length < 1 ? 1 : length;
+        continue;
+      }
+    }
     const std::uint64_t node1 = LoadBigEndian64(&text[p + 1]);
     int i;
     if (key1 != node1) {
@@ -271,7 +285,7 @@ inline void DeleteString(const Tree& t, int p) {
 }  // namespace
 
 void CLZSS_Compressor::InsertNode(int r) {
-  InsertString(Tree{m_pTextBuf, m_pChildren, m_pDad}, r, m_nMatchPosition, m_nMatchLength);
+  InsertString<false>(Tree{m_pTextBuf, m_pChildren, m_pDad}, r, m_nMatchPosition, m_nMatchLength);
 }
 
 void CLZSS_Compressor::DeleteNode(int p) { DeleteString(Tree{m_pTextBuf, m_pChildren, m_pDad}, p); }
@@ -301,8 +315,11 @@ void CLZSS_Compressor::Encode() {
   const Tree tree{m_pTextBuf, m_pChildren, m_pDad};
   int matchPosition = m_nMatchPosition;
   int matchLength = m_nMatchLength;
-  for (int i = 1; i <= kLookAhead; ++i) InsertString(tree, r - i, matchPosition, matchLength);
-  InsertString(tree, r, matchPosition, matchLength);
+  for (int i = 1; i <= kLookAhead; ++i) InsertString<false>(tree, r - i, matchPosition, matchLength);
+  InsertString<false>(tree, r, matchPosition, matchLength);
+  // Groups of eight literals in a row mean incompressible data: then the descent that
+  // settles first bytes by a branch is the faster one.
+  int literalGroups = 0;
   do {
     if (matchLength > len) matchLength = len;
     if (matchLength <= THRESHOLD) {
@@ -315,6 +332,7 @@ void CLZSS_Compressor::Encode() {
           static_cast<unsigned char>(((matchPosition >> 4) & 0xF0) | (matchLength - (THRESHOLD + 1)));
     }
     if ((mask <<= 1) == 0x100) {
+      literalGroups = codeBuf[0] == 0xFF ? literalGroups + 1 : 0;
       writeOut(codeBuf, ULONG(codeBufPtr));
       m_nCodeSize += ULONG(codeBufPtr);
       codeBuf[0] = 0;
@@ -331,7 +349,10 @@ void CLZSS_Compressor::Encode() {
       if (s < kLookAhead - 1) text[s + kRingSize] = c;
       s = (s + 1) & (kRingSize - 1);
       r = (r + 1) & (kRingSize - 1);
-      InsertString(tree, r, matchPosition, matchLength);
+      if (literalGroups >= 4)
+        InsertString<true>(tree, r, matchPosition, matchLength);
+      else
+        InsertString<false>(tree, r, matchPosition, matchLength);
     }
     if ((m_nTextSize += ULONG(i)) > m_nPrintCount) m_nPrintCount += 1024;
     // At the end of the input the ring keeps its old bytes: they can only extend a match
@@ -340,7 +361,7 @@ void CLZSS_Compressor::Encode() {
       DeleteString(tree, s);
       s = (s + 1) & (kRingSize - 1);
       r = (r + 1) & (kRingSize - 1);
-      if (--len) InsertString(tree, r, matchPosition, matchLength);
+      if (--len) InsertString<false>(tree, r, matchPosition, matchLength);
     }
   } while (len > 0);
   m_nMatchPosition = matchPosition;
