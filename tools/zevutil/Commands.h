@@ -25,5 +25,6 @@ void AddHostCommands(CLI::App& app);   // reg, ini, ps
 void AddTraceCommands(CLI::App& app);  // dump, convert
 void AddCodecCommands(CLI::App& app);  // lzss, grep
 void AddIdentityCommands(CLI::App& app);  // id, version
+void AddObjectCommands(CLI::App& app);    // colors, calib
 
 }  // namespace zevcli

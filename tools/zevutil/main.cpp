@@ -57,6 +57,7 @@ int main(int argc, char** argv) {
   zevcli::AddTraceCommands(app);
   zevcli::AddCodecCommands(app);
   zevcli::AddIdentityCommands(app);
+  zevcli::AddObjectCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
