@@ -28,6 +28,8 @@ AbiPeak_parameters MakePeak(int seed) {
   return p;
 }
 
+// The peak records are packed: tests compare copies of their fields, never references.
+
 // A fragment object with two peaks in channel 1 and one in channel 3.
 void BuildFragment(CAbi& abi, bool withSamples) {
   abi.SetFragmentFile(1);
@@ -238,17 +240,17 @@ TEST(CAbiFragment, PeakAccessorsStayInsideTheList) {
     abi.GetPeakInfo(i, out);
     abi.SetStandardPeakInfo(i, sp);
     abi.GetStandardPeakInfo(i, spOut);
-    EXPECT_EQ(out.lField10, 1004);
-    EXPECT_EQ(spOut.lField2, 5);
+    EXPECT_EQ(LONG(out.lField10), 1004);
+    EXPECT_EQ(LONG(spOut.lField2), 5);
   }
   abi.SetPeakInfo(1, peak);
   abi.GetPeakInfo(1, out);
-  EXPECT_EQ(out.lField10, 1009);
+  EXPECT_EQ(LONG(out.lField10), 1009);
   // A negative total makes an empty list.
   abi.InitPeakInfoArray(-5, 1, 0, 0);
   abi.SetPeakInfo(0, peak);
   abi.GetPeakInfo(0, out);
-  EXPECT_EQ(out.lField10, 1009);
+  EXPECT_EQ(LONG(out.lField10), 1009);
 }
 
 TEST(CAbiFragment, CraftedPeakAndMatrixRecords) {
@@ -276,9 +278,9 @@ TEST(CAbiFragment, CraftedPeakAndMatrixRecords) {
   EXPECT_EQ(abi.GetPeakListCount(), 2);  // 2 + 1 - 1: the list is sized by the total
   AbiPeak_parameters p{};
   abi.GetPeakInfo(0, p);
-  EXPECT_EQ(p.lField0, 1);
+  EXPECT_EQ(LONG(p.lField0), 1);
   abi.GetPeakInfo(1, p);
-  EXPECT_EQ(p.lField0, 2);  // the channel 2 peak did not fit
+  EXPECT_EQ(LONG(p.lField0), 2);  // the channel 2 peak did not fit
   float m[16];
   abi.GetMatrix(m);
   const float want[16] = {1, 0, -2, 3, 1, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
