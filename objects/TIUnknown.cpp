@@ -222,7 +222,20 @@ void CBaseComObject::ReleaseImpObjects() {
 }
 
 void CBaseComObject::ReleaseImpSmartPtrs() {
-  if (ImpSmartPtrs) ImpSmartPtrs->Kill();
+  if (!ImpSmartPtrs) return;
+  // A pointer on the object itself, or on one of its inner objects, took a reference
+  // that GetImpSmartPtr handed back at once: it is forgotten, not released. Pointers
+  // on other objects hold real references and release them.
+  LONG key = 0;
+  CComSmartPtr* pointer = nullptr;
+  for (POSITION pos = ImpSmartPtrs->GetStartPosition(); pos;) {
+    ImpSmartPtrs->GetNextAssoc(pos, key, pointer);
+    if (!pointer || !pointer->GetTarget()) continue;
+    TIUnknown* target = pointer->GetTarget();
+    auto* inner = dynamic_cast<CBaseImpObject*>(target);
+    if (target == static_cast<TIUnknown*>(this) || (inner && inner->BaseObject == this)) pointer->Kill();
+  }
+  ImpSmartPtrs->Destroy();
 }
 
 // ---- CBaseImpObject ----

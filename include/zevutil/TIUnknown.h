@@ -167,8 +167,9 @@ class CBaseComObject : public CBaseObject {
   virtual void AddImpSmartPtr(CComSmartPtr* pointer, LONG key);
   // Deletes every inner object and empties the map.
   virtual void ReleaseImpObjects();
-  // Deletes every kept smart pointer without releasing its target (the references
-  // they took were handed back when they were made).
+  // Deletes every kept smart pointer. Those on the object itself or its inner objects
+  // are not released (GetImpSmartPtr handed their references back when it made
+  // them); those on other objects release theirs.
   virtual void ReleaseImpSmartPtrs();
 
   // CBaseObject::Init and the smart-pointer map.
