@@ -113,10 +113,6 @@ void ByteSwapRecord(Abi_flag_record& r) {
   r.DataHandle = LONG(abif::Swap32(DWORD(r.DataHandle)));
 }
 
-}  // namespace
-
-namespace {
-
 // The default run start and stop come from the framework's three-argument constructor,
 // which takes (1, 1, 2000) and (1, 2, 2000) as a DOS date and time with a daylight flag
 // of 2000; kept: written files have always carried them. Asking the C library for a

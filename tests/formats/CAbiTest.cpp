@@ -141,20 +141,7 @@ TEST(CAbi, ReadBackMapsChannelsAndScalesByTraceOrder) {
     for (int k = 0; k < 4; ++k) EXPECT_EQ(s[k], c.sampleAtZero[k]) << k;
     reader.GetScaleFactor(scale);
     for (int k = 0; k < 4; ++k) EXPECT_EQ(scale[k], c.scale[k]) << k;
-    // Values that do not depend on the order.
-    EXPECT_EQ(reader.GetSampleName(), CString("SampleName"));
-    EXPECT_EQ(reader.GetMachineName(), CString("Machine-7"));
-    EXPECT_EQ(reader.GetDyeMobilityCorrectFile(), CString("dye.mob"));
-    EXPECT_EQ(reader.GetBaseSequence(), CString("ACGT"));
-    EXPECT_EQ(reader.GetLaneNumber(), 12);
-    EXPECT_EQ(reader.GetScanNumber(), 3);
-    EXPECT_EQ(reader.GetScanRate(), 250);
-    EXPECT_EQ(reader.GetCpEPValue(), 1);
-    EXPECT_FLOAT_EQ(reader.GetAveragebaseSpace(), 12.5f);
-    CTime start, stop;
-    reader.GetRunDateTime(start, stop);
-    EXPECT_EQ(start, CTime(2021, 3, 4, 5, 6, 7));
-    EXPECT_EQ(stop, CTime(2021, 3, 4, 8, 9, 10));
+    // Every other value is checked by the byte-for-byte rewrite below.
     EXPECT_EQ(reader.GetSampleCount(), 3);
     EXPECT_EQ(reader.GetRawDataCount(), 3);
     EXPECT_EQ(reader.GetVcptCount(), 0);
@@ -170,47 +157,11 @@ TEST(CAbi, ReadThenRebuildWritesTheSameBytes) {
   std::string a = TempPath("rebuild_a.ab1"), b = TempPath("rebuild_b.ab1");
   ASSERT_TRUE(first.Write(a.c_str()));
 
-  CAbi read;
+  CAbi read, again;
   ASSERT_TRUE(read.Read(a.c_str()));
-  CAbi again;
-  again.SetSequenceFile(1);
-  again.InitialSeqFlagRecords();
-  int n = read.GetSampleCount(), nb = read.GetBaseCount(), nv = read.GetVcptCount();
-  ASSERT_EQ(nv, 3);
-  again.InitSampleSizeAndArray(unsigned(n));
-  again.InitRawDataSizeAndArray(unsigned(read.GetRawDataCount()));
-  again.InitVcptDataSizeAndArray(unsigned(nv));
-  again.InitBaseSizeAndArray(unsigned(nb));
-  unsigned short v[4];
-  for (int i = 0; i < n; ++i) {
-    ASSERT_TRUE(read.GetSample(i, v[0], v[1], v[2], v[3]));
-    again.SetSample(i, v[0], v[1], v[2], v[3]);
-    ASSERT_TRUE(read.GetRawData(i, v[0], v[1], v[2], v[3]));
-    again.SetRawData(i, v[0], v[1], v[2], v[3]);
-  }
-  for (int i = 0; i < nv; ++i) {
-    ASSERT_TRUE(read.GetVcptData(i, v[0], v[1], v[2], v[3]));
-    again.SetVcptData(i, v[0], v[1], v[2], v[3]);
-  }
-  for (int i = 0; i < nb; ++i) {
-    unsigned short pos;
-    char letter;
-    ASSERT_TRUE(read.GetBase(i, pos, letter));
-    again.SetBase(i, pos, letter);
-  }
-  again.SetSampleName(read.GetSampleName());
-  again.SetMachineName(read.GetMachineName());
-  again.SetDyeMobilityCorrectFile(read.GetDyeMobilityCorrectFile());
-  again.SetTraceOrder(read.GetTraceOrder());
-  again.SetLaneNumber(read.GetLaneNumber());
-  again.SetScanNumber(read.GetScanNumber());
-  again.SetScanRate(read.GetScanRate());
-  read.GetScaleFactor(v);
-  again.SetScaleFactor(v);
-  again.SetAverageBaseSpace(read.GetAveragebaseSpace());
-  CTime start, stop;
-  read.GetRunDateTime(start, stop);
-  again.SetRunDateTime(start, stop);
+  ASSERT_EQ(read.GetVcptCount(), 3);
+  EXPECT_EQ(read.GetCpEPValue(), 1);
+  CopyForWriting(read, again, false);
   ASSERT_TRUE(again.Write(b.c_str()));
   EXPECT_EQ(FileBytes(a), FileBytes(b));
 }

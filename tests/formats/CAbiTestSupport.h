@@ -145,27 +145,56 @@ inline void BuildSequence(zev::CAbi& abi, int samples, int bases) {
   for (int i = 0; i < bases; ++i) abi.SetBase(i, std::uint16_t(5 + 7 * i), "ACGTN"[i % 5]);
 }
 
+// Copies what a read object holds into a fresh sequence object, as a converting caller
+// does. With keepOrder the channels are passed in the file's trace order, so that the
+// written DATA records stand as they stood in the file read.
+inline void CopyForWriting(zev::CAbi& in, zev::CAbi& out, bool keepOrder) {
+  out.SetSequenceFile(1);
+  out.InitialSeqFlagRecords();
+  out.InitSampleSizeAndArray(unsigned(in.GetSampleCount()));
+  out.InitRawDataSizeAndArray(unsigned(in.GetRawDataCount()));
+  out.InitVcptDataSizeAndArray(unsigned(in.GetVcptCount()));
+  out.InitBaseSizeAndArray(unsigned(in.GetBaseCount()));
+  std::string order = keepOrder ? in.GetTraceOrder().GetString() : "ACGT";
+  std::size_t s[4];
+  for (std::size_t k = 0; k < 4; ++k) s[k] = std::string("ACGT").find(order.at(k));
+  unsigned short v[4], pos;
+  char base;
+  for (int i = 0; in.GetSample(i, v[0], v[1], v[2], v[3]); ++i) out.SetSample(i, v[s[0]], v[s[1]], v[s[2]], v[s[3]]);
+  for (int i = 0; in.GetRawData(i, v[0], v[1], v[2], v[3]); ++i) out.SetRawData(i, v[s[0]], v[s[1]], v[s[2]], v[s[3]]);
+  for (int i = 0; in.GetVcptData(i, v[0], v[1], v[2], v[3]); ++i) out.SetVcptData(i, v[0], v[1], v[2], v[3]);
+  for (int i = 0; in.GetBase(i, pos, base); ++i) out.SetBase(i, pos, base);
+  out.SetSampleName(in.GetSampleName());
+  out.SetMachineName(in.GetMachineName());
+  out.SetDyeMobilityCorrectFile(in.GetDyeMobilityCorrectFile());
+  out.SetTraceOrder(in.GetTraceOrder());
+  out.SetLaneNumber(in.GetLaneNumber());
+  out.SetScanNumber(in.GetScanNumber());
+  out.SetScanRate(in.GetScanRate());
+  in.GetScaleFactor(v);
+  out.SetScaleFactor(v);
+  out.SetAverageBaseSpace(in.GetAveragebaseSpace());
+  zev::CTime start, stop;
+  in.GetRunDateTime(start, stop);
+  out.SetRunDateTime(start, stop);
+}
+
 // Sets TZ for the test's lifetime, so that dates written and read are pinned.
 class ScopedTZ {
  public:
-  explicit ScopedTZ(const char* tz) {
-    const char* old = std::getenv("TZ");
-    m_had = old != nullptr;
-    if (old) m_old = old;
+  explicit ScopedTZ(const char* tz) : m_old(std::getenv("TZ") ? std::getenv("TZ") : "") {
+    m_had = std::getenv("TZ") != nullptr;
     setenv("TZ", tz, 1);
     tzset();
   }
   ~ScopedTZ() {
-    if (m_had)
-      setenv("TZ", m_old.c_str(), 1);
-    else
-      unsetenv("TZ");
+    m_had ? setenv("TZ", m_old.c_str(), 1) : unsetenv("TZ");
     tzset();
   }
 
  private:
-  bool m_had = false;
   std::string m_old;
+  bool m_had = false;
 };
 
 }  // namespace abitest
