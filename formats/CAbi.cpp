@@ -144,6 +144,8 @@ CAbi::~CAbi() {
   InitMemberData();
 }
 
+// Kept: the six kind and content flags are not cleared; callers rely on them building up
+// across reads on one object.
 void CAbi::InitMemberData() {
   m_dirRecord = Abi_flag_record{};
   m_strBaseSequence.Empty();
@@ -209,7 +211,7 @@ int CAbi::GetFileStats(const CString& path, unsigned int& samples, unsigned int&
 void CAbi::ParseFile(ByteCursor& in, bool directoryOnly) {
   ReadHeader(in);
   ReadFlagRecords(in);
-  // Sequence wins over fragment: the kind flags accumulate across reads.
+  // Kept: sequence wins over fragment, and the kind flags accumulate across reads.
   if (m_bSequenceFile) {
     ReadSequenceFlagRecords();
     if (directoryOnly) return;
@@ -275,7 +277,7 @@ void CAbi::ReadFlagRecordsInto(int tableSize) {
   const Abi_flag_record* dir = m_directory.get();
   for (std::size_t i = 0; i < m_directory.n; ++i) {
     const Abi_flag_record& r = dir[i];
-    // A record whose data field is 0 counts as absent, even an inline value of 0.
+    // Kept: a record whose data field is 0 counts as absent, even an inline value of 0.
     if (r.DataOffset == 0) continue;
     for (int s = 0; s < tableSize; ++s) {
       if (!taken[s] && TagIs(table[s], r.TagName, r.TagNumber)) {
@@ -399,7 +401,7 @@ int CAbi::Write(const CString& path) {
     WriteVcptData(out);
     WriteFlagsRecords(out);
     WriteHeader(out);
-    m_nWriteCursor = out.Cursor();  // never goes back to 128
+    m_nWriteCursor = out.Cursor();  // kept: never goes back to 128, so a Write is good once
 
     const std::vector<std::uint8_t>& data = out.Data();
     for (std::size_t done = 0; done < data.size();) {
@@ -453,6 +455,8 @@ void CAbi::WriteFlagsRecords(Image& out) {
   m_dirRecord = abif::MakeRecord("tdir", 1);
   abif::SetRecord(&m_dirRecord, 1023, 28, count, count * 28, out.Cursor());
   m_dirRecord.DataHandle = 0;
+  // A table of the other kind (or none at all) is padded with empty records where the
+  // old code read past it.
   std::uint8_t* p = out.Grow(std::size_t(count) * 28);
   for (int i = 0; i < count; ++i) {
     Abi_flag_record rec{};

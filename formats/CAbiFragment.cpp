@@ -96,8 +96,8 @@ int CAbi::InitStandardPeakInfoArray(int s, bool b1, bool b2, bool b3, bool b4) {
   bool flags[4] = {b1, b2, b3, b4};
   for (int k = 0; k < 4; ++k) {
     Abi_flag_record* rec = Record("SdPk", k + 1);
-    // The count is 8 per standard peak and the data size 0: the records go out with no
-    // data, so standard peaks live in memory only.
+    // The count is 8 per standard peak and the data size 0. Kept: the records go out
+    // with no data, so standard peaks live in memory only.
     if (rec) SetRecord(rec, 1, 1, flags[k] ? abif::MulWrap(s, 8) : 0, 0, rec->DataOffset);
   }
   m_standardPeaks.allocate(s > 0 ? std::size_t(s) : 0);
@@ -193,7 +193,7 @@ void CAbi::ReadFragmentComments(ByteCursor& in) {
   ReadRunTime(1, m_runStart);
   ReadRunTime(2, m_runStop);
   if (auto* rec = Present("FWO_", 1)) StoreU32(reinterpret_cast<std::uint8_t*>(m_szTraceOrder), DWORD(rec->DataOffset));
-  // Tested on the field itself, not on the count.
+  // Kept: tested on the field itself, not on the count.
   if (auto* rec = Record("ScSt", 1); rec && rec->DataOffset != 0) m_nDataOffset = rec->DataOffset;
 }
 
@@ -263,7 +263,7 @@ void CAbi::WriteComments_Fragment(Image& out) {
     SetRecord(Record("FWO_", 1), 2, 1, 4, 4, LONG(LoadU32(reinterpret_cast<const std::uint8_t*>(m_szTraceOrder))));
   SetRecord(Record("Scan", 1), 4, 2, 1, 2, LONG(DWORD(m_nScanNumber) << 16));
   SetRunTimeRecords();
-  // An empty text leaves its record as the table had it.
+  // Kept: unlike the sequence side, an empty text leaves its record as the table had it.
   if (!m_strSampleName.IsEmpty()) WritePascalString(out, "SpNm", 1, m_strSampleName);
   if (!m_strGelName.IsEmpty()) WritePascalString(out, "GELN", 1, m_strGelName);
   WriteScanRate(out);

@@ -36,7 +36,9 @@ int CAbi::GetBaseCount() {
 
 // ---- Reading ----
 
-// A pascal string: one length byte and that many characters, cut at a NUL byte.
+// A pascal string: one length byte and that many characters, cut at a NUL byte. Kept:
+// the data field is always taken as an offset, so a text short enough to stand inline
+// in its directory entry is looked for elsewhere and usually reads empty.
 CString abif::ReadPascalString(ByteCursor& in, const Abi_flag_record& rec) {
   SeekData(in, rec.DataOffset);
   std::size_t length = in.U8();
@@ -115,6 +117,7 @@ void CAbi::WriteComments(Image& out) {
 
 void CAbi::SetOtherFlags_Sequence(Image& out) {
   SetRecord(Record("AEPt", 1), 4, 2, 1, 2, 0);
+  // SMPL and PDMF go out even when empty, as a single length byte of 0.
   WritePascalString(out, "SMPL", 1, m_strSampleName);
   WritePascalString(out, "PDMF", 1, m_strDyeMobilityFile);
   if (Abi_flag_record* rec = Record("S/N%", 1)) {
