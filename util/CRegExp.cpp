@@ -6,10 +6,15 @@
 #include "zevutil/CRegExp.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <unordered_set>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "zevutil/platform/CException.h"
 #include "zevutil/platform/Locale.h"
@@ -83,6 +88,19 @@ struct CRegExp::Tables {
   std::int32_t targets = 0;
   bool firstValid = false;  // 'first' holds every character that can begin a match
   unsigned char first[256] = {};
+  std::string firstChars;   // the same as a string for strcspn when there are few (no '\0')
+  bool firstAtEnd = false;  // a match may begin at the terminator
+  // Every match begins with one of a few literals of two or more characters: their first
+  // two characters, as a bit table over the pair.
+  bool pairsValid = false;
+  std::vector<std::uint64_t> pairs;
+  std::vector<std::string> starts;  // the literals themselves
+  std::string pairFirsts, pairSeconds;  // their distinct first and second characters
+  // With a start character: the whole literal that every match begins with.
+  std::string startText;
+  // For a repeat at a program offset: the character the next node to consume must see
+  // (looking through group marks), or 0 for no such test.
+  std::vector<char> nextCharAt;
 };
 
 struct CRegExp::Frame {
@@ -100,6 +118,10 @@ struct CRegExp::MatchState {
   std::vector<Frame> stack;
   std::vector<std::uint64_t> bits;
   std::unordered_set<std::uint64_t> hashed;
+  // The found text's block when no copy shares it, kept for the next match.
+  std::shared_ptr<char> spareFound;
+  std::size_t spareCapacity = 0;
+  std::size_t foundCapacity = 0;
   std::size_t stride = 0;  // positions per target in 'bits'
   int mode = 0;            // 0 off, 1 bit table, 2 hash set
   std::uint64_t failures = 0;
@@ -473,7 +495,7 @@ void CRegExp::regoptail(char* p, const char* val) {
   regtail(OPERAND(p), val);
 }
 
-const char* CRegExp::regnext(const char* p) const {
+inline const char* CRegExp::regnext(const char* p) const {
   if (!p) return nullptr;
   const unsigned offset = unsigned(static_cast<unsigned char>(p[1])) | (unsigned(static_cast<unsigned char>(p[2])) << 8);
   if (offset == 0) return nullptr;
@@ -484,6 +506,8 @@ const char* CRegExp::regnext(const char* p) const {
   if (!program || target < program || target >= program + m_nProgSize) return nullptr;
   return target;
 }
+
+inline char* CRegExp::regnext(char* p) const { return const_cast<char*>(regnext(static_cast<const char*>(p))); }
 
 // ---------------------------------------------------------------- derived tables
 
@@ -513,20 +537,108 @@ void CRegExp::BuildTables() {
       }
     }
   }
-  m_nodeOffsets.clear();
   m_pTables = t;
+  if (!t->trusted) {
+    m_nodeOffsets.clear();
+    return;
+  }
 
-  if (t->trusted && !m_cRegStart && !m_cRegAnchor) {
+  // What must follow each repeat, seen through group marks and empty nodes.
+  t->nextCharAt.assign(t->size + kGuard, 0);
+  for (std::size_t off : m_nodeOffsets) {
+    const char* node = program + off;
+    if (OP(node) != STAR && OP(node) != PLUS) continue;
+    const char* scan = regnext(node);
+    for (int steps = 0; scan && steps < 64; ++steps) {
+      const unsigned op = OP(scan);
+      if (op == EXACTLY) {
+        t->nextCharAt[off] = *OPERAND(scan);
+        break;
+      }
+      if (op == BRANCH) {
+        const char* next = regnext(scan);
+        if (next && OP(next) == BRANCH) break;  // a choice: no single character
+        scan = OPERAND(scan);
+      } else if (op == NOTHING || IsOpen(op) || IsClose(op)) {
+        scan = regnext(scan);
+      } else {
+        break;
+      }
+    }
+  }
+  m_nodeOffsets.clear();
+
+  if (m_cRegStart) {
+    const char* first = OPERAND(program);  // the EXACTLY that gave the start character
+    if (OP(first) == EXACTLY && std::strlen(OPERAND(first)) >= 2) t->startText = OPERAND(first);
+  }
+  if (!m_cRegStart && !m_cRegAnchor) {
     int budget = 4 * int(t->size) + 64;
     unsigned char first[256] = {};
     if (FirstChars(program, first, budget)) {
       std::memcpy(t->first, first, sizeof first);
       t->firstValid = true;
+      t->firstAtEnd = first[0] != 0;
+      for (int c = 1; c < 256; ++c)
+        if (first[c]) t->firstChars += static_cast<char>(c);
+      if (t->firstChars.size() > 16) t->firstChars.clear();
+    }
+    std::vector<std::string> starts;
+    budget = 4 * int(t->size) + 64;
+    if (t->firstValid && !t->firstAtEnd && LiteralStarts(program, starts, budget)) {
+      t->pairsValid = true;
+      t->pairs.assign(65536 / 64, 0);
+      for (const std::string& lit : starts) {
+        if (lit.size() < 2) {
+          t->pairsValid = false;
+          break;
+        }
+        const unsigned pair = unsigned(static_cast<unsigned char>(lit[0])) << 8 | static_cast<unsigned char>(lit[1]);
+        t->pairs[pair >> 6] |= std::uint64_t(1) << (pair & 63);
+      }
+      if (t->pairsValid) {
+        for (const std::string& lit : starts) {
+          if (t->pairFirsts.find(lit[0]) == std::string::npos) t->pairFirsts += lit[0];
+          if (t->pairSeconds.find(lit[1]) == std::string::npos) t->pairSeconds += lit[1];
+        }
+        t->starts = std::move(starts);
+      }
+      else
+        t->pairs.clear();
     }
   }
 }
 
-bool CRegExp::InClass(const char* node, char c) const {
+// Collects the literals that matches from this node on begin with; false when some path
+// begins otherwise (or there are too many).
+bool CRegExp::LiteralStarts(const char* scan, std::vector<std::string>& out, int& budget) const {
+  while (scan) {
+    if (--budget < 0) return false;
+    const unsigned op = OP(scan);
+    if (op == EXACTLY) {
+      out.emplace_back(OPERAND(scan));
+      return out.size() <= 64;
+    }
+    const char* next = regnext(scan);
+    if (op == BRANCH) {
+      if (!next || OP(next) != BRANCH) {
+        scan = OPERAND(scan);
+        continue;
+      }
+      for (const char* alt = scan; alt && OP(alt) == BRANCH; alt = regnext(alt))
+        if (!LiteralStarts(OPERAND(alt), out, budget)) return false;
+      return true;
+    }
+    if (op == BOL || op == NOTHING || IsOpen(op) || IsClose(op)) {
+      scan = next;
+      continue;
+    }
+    return false;
+  }
+  return false;
+}
+
+inline bool CRegExp::InClass(const char* node, char c) const {
   if (const Tables* t = m_pTables.get()) {
     const std::size_t off = std::size_t(node - m_pProgram.get());
     if (off < t->classAt.size() && t->classAt[off] >= 0)
@@ -600,7 +712,7 @@ bool CRegExp::FirstChars(const char* scan, unsigned char (&set)[256], int& budge
 
 // ---------------------------------------------------------------- matcher
 
-bool CRegExp::MemoFailed(const char* node, const char* position) {
+inline bool CRegExp::MemoFailed(const char* node, const char* position) {
   MatchState& m = *m_pMatch;
   if (m.mode == 0) return false;
   const std::size_t off = std::size_t(node - m_pProgram.get());
@@ -614,7 +726,7 @@ bool CRegExp::MemoFailed(const char* node, const char* position) {
   return m.hashed.count((std::uint64_t(off) << 40) ^ pos) != 0;
 }
 
-void CRegExp::MemoFail(const char* node, const char* position) {
+inline void CRegExp::MemoFail(const char* node, const char* position) {
   MatchState& m = *m_pMatch;
   if (m.mode == 0) {
     if (++m.failures < kMemoAfter || !m_pTables) return;
@@ -643,7 +755,7 @@ void CRegExp::MemoFail(const char* node, const char* position) {
   }
 }
 
-int CRegExp::regtry(const char* position) {
+inline int CRegExp::regtry(const char* position) {
   m_pRegInput = position;
   for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
   if (regmatch(m_pProgram.get())) {
@@ -654,7 +766,7 @@ int CRegExp::regtry(const char* position) {
   return 0;
 }
 
-int CRegExp::regrepeat(const char* node) {
+inline int CRegExp::regrepeat(const char* node) {
   const char* scan = m_pRegInput;
   const char* opnd = OPERAND(node);
   std::ptrdiff_t count = 0;
@@ -695,6 +807,8 @@ int CRegExp::regmatch(const char* prog) {
   MatchState& m = *m_pMatch;
   std::vector<Frame>& stack = m.stack;
   const std::size_t base = stack.size();
+  const char* const program = m_pProgram.get();
+  const Tables* const tables = m_pTables.get();
   const char* scan = prog;
   const char* input = m_pRegInput;
 
@@ -783,7 +897,10 @@ int CRegExp::regmatch(const char* prog) {
             stack.resize(base);
             return 0;
           }
-          const char nextch = next && OP(next) == EXACTLY ? *OPERAND(next) : '\0';
+          // The character the following node must see, if any: counts that leave another
+          // character there are not tried.
+          char nextch = next && OP(next) == EXACTLY ? *OPERAND(next) : '\0';
+          if (!nextch && tables && !tables->nextCharAt.empty()) nextch = tables->nextCharAt[std::size_t(scan - program)];
           m_pRegInput = input;
           regrepeat(OPERAND(scan));
           stack.push_back(Frame{Frame::kStar, 0, nextch, static_cast<unsigned char>(op == STAR ? 0 : 1), next, input,
@@ -864,29 +981,104 @@ matched:
 // ---------------------------------------------------------------- searches
 
 int CRegExp::SearchFrom(const char* text) {
+  const int found = TryPositions(text);
+  // A search that fails has always tried some position last, which leaves every group
+  // bound clear; positions skipped because they cannot match must not change that.
+  if (found < 0)
+    for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+  return found;
+}
+
+int CRegExp::TryPositions(const char* text) {
   MatchState& m = *m_pMatch;
   m.Reset();
   m_pRegBol = text;
   if (m_cRegAnchor) return regtry(text) ? 0 : -1;
+  const Tables* t = m_pTables.get();
   if (m_cRegStart) {
-    // The text itself first, then each occurrence of the start character after it.
-    for (const char* s = text; s; s = *s ? std::strchr(s + 1, m_cRegStart) : nullptr) {
+    // The text itself first, then each occurrence of the start character after it (of
+    // the whole literal a match begins with, when it is longer: nothing else can match).
+    if ((*text == m_cRegStart || !t) && regtry(text)) return 0;
+    if (m.aborted || !*text) return -1;
+    const bool literal = t && !t->startText.empty();
+    for (const char* s = text + 1;; ++s) {
+      s = literal ? std::strstr(s, t->startText.c_str()) : std::strchr(s, m_cRegStart);
+      if (!s) return -1;
       if (regtry(s)) return 0;
       if (m.aborted) return -1;
     }
-    return -1;
   }
-  const Tables* t = m_pTables.get();
   if (t && t->firstValid) {
-    // Positions whose character cannot begin a match are skipped without a try.
+    // Positions whose characters cannot begin a match are skipped without a try.
     const unsigned char* first = t->first;
-    for (const char* s = text;; ++s) {
-      while (!first[static_cast<unsigned char>(*s)] && *s) ++s;
-      if (first[static_cast<unsigned char>(*s)]) {
-        if (regtry(s)) return 0;
-        if (m.aborted) return -1;
+    if (t->pairsValid) {
+      // Every match begins with one of a few literals: look for their first two characters.
+      // The positions are tested independently of each other, four at a time.
+      const std::uint64_t* pairs = t->pairs.data();
+      const auto* u = reinterpret_cast<const unsigned char*>(text);
+      const std::size_t last = std::strlen(text);  // pairs start before the last character
+      // Whether one of those literals is there in full: only then is a try worth it.
+      auto startsWithLiteral = [&](const char* at) {
+        for (const std::string& lit : t->starts)
+          if (lit[0] == at[0] && lit[1] == at[1] && std::strncmp(at + 2, lit.c_str() + 2, lit.size() - 2) == 0)
+            return true;
+        return false;
+      };
+      auto hit = [&](std::size_t i) {
+        const unsigned pair = unsigned(u[i]) << 8 | u[i + 1];
+        return (pairs[pair >> 6] >> (pair & 63)) & 1;
+      };
+      std::size_t i = 0;
+#if defined(__SSE2__)
+      if (t->pairFirsts.size() <= 4 && t->pairSeconds.size() <= 4) {
+        // Sixteen positions at a time: those whose first character is one of the literals'
+        // first characters and whose second is one of their second characters.
+        __m128i firsts[4], seconds[4];
+        for (int k = 0; k < 4; ++k) {
+          firsts[k] = _mm_set1_epi8(t->pairFirsts[std::size_t(k) % t->pairFirsts.size()]);
+          seconds[k] = _mm_set1_epi8(t->pairSeconds[std::size_t(k) % t->pairSeconds.size()]);
+        }
+        for (; i + 16 <= last; i += 16) {
+          const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i));
+          const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i + 1));
+          const __m128i inFirst = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(a, firsts[0]), _mm_cmpeq_epi8(a, firsts[1])),
+                                               _mm_or_si128(_mm_cmpeq_epi8(a, firsts[2]), _mm_cmpeq_epi8(a, firsts[3])));
+          const __m128i inSecond =
+              _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(b, seconds[0]), _mm_cmpeq_epi8(b, seconds[1])),
+                           _mm_or_si128(_mm_cmpeq_epi8(b, seconds[2]), _mm_cmpeq_epi8(b, seconds[3])));
+          for (unsigned bits = unsigned(_mm_movemask_epi8(_mm_and_si128(inFirst, inSecond))); bits; bits &= bits - 1) {
+            const std::size_t at = i + unsigned(std::countr_zero(bits));
+            if (hit(at) && startsWithLiteral(text + at)) {
+              if (regtry(text + at)) return 0;
+              if (m.aborted) return -1;
+            }
+          }
+        }
       }
-      if (!*s) return -1;
+#endif
+      while (i + 1 < last) {
+        if (i + 4 < last && !(hit(i) | hit(i + 1) | hit(i + 2) | hit(i + 3))) {
+          i += 4;
+          continue;
+        }
+        if (hit(i) && startsWithLiteral(text + i)) {
+          if (regtry(text + i)) return 0;
+          if (m.aborted) return -1;
+        }
+        ++i;
+      }
+      return -1;
+    }
+    const char* few = t->firstChars.empty() ? nullptr : t->firstChars.c_str();
+    for (const char* s = text;; ++s) {
+      if (few) {
+        s += std::strcspn(s, few);
+      } else {
+        while (*s && !first[static_cast<unsigned char>(*s)]) ++s;
+      }
+      if (!*s) return t->firstAtEnd && regtry(s) ? 0 : -1;
+      if (regtry(s)) return 0;
+      if (m.aborted) return -1;
     }
   }
   const char* s = text;
@@ -899,16 +1091,29 @@ int CRegExp::SearchFrom(const char* text) {
 
 int CRegExp::RegFind(const char* text) {
   if (!text) return -1;
+  MatchState& m = *m_pMatch;
+  if (m_pFoundText && m_pFoundText.use_count() == 1) {
+    // No copy shares the block: keep it for the next match instead of freeing it.
+    m.spareFound = std::move(m_pFoundText);
+    m.spareCapacity = m.foundCapacity;
+  }
   m_pFoundText.reset();
   if (!m_bCompiled) return -1;
   if (m_pRegMust && !std::strstr(text, m_pRegMust)) return -1;
   if (SearchFrom(text) < 0) return -1;
   const std::size_t len = std::size_t(m_apEndp[0] - m_apStartp[0]);
-  char* found = static_cast<char*>(std::malloc(len + 1));
-  if (!found) AfxThrowMemoryException();
+  if (!m.spareFound || m.spareCapacity < len + 1) {
+    const std::size_t capacity = std::max<std::size_t>(len + 1, 64);
+    char* block = static_cast<char*>(std::malloc(capacity));
+    if (!block) AfxThrowMemoryException();
+    m.spareFound = std::shared_ptr<char>(block, std::free);
+    m.spareCapacity = capacity;
+  }
+  char* found = m.spareFound.get();
   std::memcpy(found, m_apStartp[0], len);
   found[len] = '\0';
-  m_pFoundText = std::shared_ptr<char>(found, std::free);
+  m_pFoundText = std::move(m.spareFound);
+  m.foundCapacity = m.spareCapacity;
   return int(m_apStartp[0] - text);
 }
 

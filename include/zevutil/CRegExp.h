@@ -5,6 +5,7 @@
 #pragma once
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "zevutil/platform/Types.h"
@@ -66,16 +67,19 @@ class CRegExp {
   int regtry(const char* position);
   int regmatch(const char* prog);
   int regrepeat(const char* node);
-  const char* regnext(const char* p) const;
-  char* regnext(char* p) const { return const_cast<char*>(regnext(static_cast<const char*>(p))); }
+  // Defined, inline, in the implementation, the only place that uses them.
+  inline const char* regnext(const char* p) const;
+  inline char* regnext(char* p) const;
   int CreateTempString(const char* text, int& start, int& end, int upper);
 
   char* Fail(const char* message);
   void MatchError(const char* message) const;
   void BuildTables();
   bool FirstChars(const char* scan, unsigned char (&set)[256], int& budget) const;
+  bool LiteralStarts(const char* scan, std::vector<std::string>& out, int& budget) const;
   bool InClass(const char* node, char c) const;
   int SearchFrom(const char* text);
+  int TryPositions(const char* text);
   bool MemoFailed(const char* node, const char* position);
   void MemoFail(const char* node, const char* position);
 
