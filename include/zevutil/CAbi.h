@@ -94,7 +94,7 @@ class CabiException {
 
 class CAbi {
  public:
-  // Entry counts and directory sizes of the two file kinds.
+  // Directory entries of a written sequence and fragment file.
   static constexpr int kSequenceRecordCount = 33;
   static constexpr int kFragmentRecordCount = 46;
 
@@ -112,8 +112,9 @@ class CAbi {
   // Writes the object as built; good once per built tag table. False when the file
   // can't be written.
   int Write(const CString& path);
-  // Reads header and directory only: the sample and raw-data counts a Read would
-  // give (0 and 0 on failure, or for a file of neither kind the raw count only).
+  // Reads header and directory only (into this object): the sample and raw-data counts
+  // a Read would give, 0 and 0 on failure, the raw count only for a file of neither
+  // kind. Leaves GetFileStatus false.
   int GetFileStats(const CString& path, unsigned int& samples, unsigned int& rawData);
   // The file status captured by the last Read or Write; false unless it succeeded.
   int GetFileStatus(CFileStatus& status);
@@ -173,7 +174,9 @@ class CAbi {
   void SetStandardChannel(int channel);
   unsigned short GetStandardChannel() { return m_analysisParameter.wStandardChannel; }
 
-  // Building a file: the tag table first, then the arrays. Each Init... returns 1.
+  // Building a file: SetSequenceFile(1) or SetFragmentFile(1), then the tag table, then
+  // the arrays (InitSampleSizeAndArray raises the result flag without which the sample,
+  // base and peak counts read 0), the values, and Write. Each Init... returns 1.
   void InitialSeqFlagRecords();
   void InitialFragFlagRecords();
   int InitSampleSizeAndArray(unsigned int n);
