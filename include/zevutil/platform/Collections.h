@@ -221,8 +221,11 @@ class CList : public CObject {
     for (CNode* n = m_pNodeHead; n; n = n->pNext) n->data.~TYPE();
     m_nCount = 0;
     m_pNodeHead = m_pNodeTail = m_pNodeFree = nullptr;
-    for (char* b : m_blocks) ::operator delete(b);
-    m_blocks.clear();
+    while (m_pBlocks) {
+      char* next = *reinterpret_cast<char**>(m_pBlocks);
+      ::operator delete(m_pBlocks);
+      m_pBlocks = next;
+    }
   }
 
   POSITION GetHeadPosition() const { return Pos(m_pNodeHead); }
@@ -321,10 +324,12 @@ class CList : public CObject {
   }
   CNode* NewNode(CNode* prev, CNode* next) {
     if (!m_pNodeFree) {
-      // Take a new block and thread its nodes onto the free list.
-      char* block = static_cast<char*>(::operator new(sizeof(CNode) * size_t(m_nBlockSize)));
-      m_blocks.push_back(block);
-      CNode* nodes = reinterpret_cast<CNode*>(block);
+      // Take a new block, chain it to the others through its header word (no side
+      // table, so no bookkeeping allocations), and thread its nodes onto the free list.
+      char* block = static_cast<char*>(::operator new(kBlockHeader + sizeof(CNode) * size_t(m_nBlockSize)));
+      *reinterpret_cast<char**>(block) = m_pBlocks;
+      m_pBlocks = block;
+      CNode* nodes = reinterpret_cast<CNode*>(block + kBlockHeader);
       for (INT_PTR i = m_nBlockSize - 1; i >= 0; --i) {
         nodes[i].pNext = m_pNodeFree;
         m_pNodeFree = &nodes[i];
@@ -349,7 +354,9 @@ class CList : public CObject {
   CNode* m_pNodeTail = nullptr;
   INT_PTR m_nCount = 0;
   CNode* m_pNodeFree = nullptr;
-  std::vector<char*> m_blocks;
+  // Each block starts with a pointer to the block allocated before it.
+  static constexpr size_t kBlockHeader = (sizeof(char*) + alignof(CNode) - 1) / alignof(CNode) * alignof(CNode);
+  char* m_pBlocks = nullptr;
   INT_PTR m_nBlockSize;
 };
 
