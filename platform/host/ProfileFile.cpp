@@ -263,7 +263,7 @@ DWORD CopyValue(std::string_view value, char* ret, DWORD nSize) {
   } else {
     SetLastError(ERROR_SUCCESS);
   }
-  std::memcpy(ret, value.data(), n);
+  if (n) std::memcpy(ret, value.data(), n);
   ret[n] = '\0';
   return DWORD(n);
 }
@@ -278,13 +278,13 @@ DWORD CopyList(const std::vector<std::string>& names, char* ret, DWORD nSize) {
   for (const std::string& n : names) {
     if (pos + n.size() + 1 > size_t(nSize) - 1) {
       size_t room = size_t(nSize) - 2 > pos ? size_t(nSize) - 2 - pos : 0;
-      std::memcpy(ret + pos, n.data(), room);
+      if (room) std::memcpy(ret + pos, n.data(), room);
       ret[nSize - 2] = '\0';
       ret[nSize - 1] = '\0';
       SetLastError(ERROR_MORE_DATA);
       return nSize - 2;
     }
-    std::memcpy(ret + pos, n.data(), n.size());
+    if (!n.empty()) std::memcpy(ret + pos, n.data(), n.size());
     pos += n.size();
     ret[pos++] = '\0';
   }
