@@ -1,6 +1,807 @@
-// dump and convert commands.
+// dump and convert: the trace-file formats as the library reads and writes them.
+// dump shows what the library read from a file, whose format is told by its content;
+// convert carries bases, peak positions and traces from one format to another.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
 #include "Commands.h"
+#include "zevutil/CAbi.h"
+#include "zevutil/CCrv.h"
+#include "zevutil/CEsd.h"
+#include "zevutil/CScf.h"
 
 namespace zevcli {
-void AddTraceCommands(CLI::App&) {}
+
+namespace {
+
+using json = nlohmann::ordered_json;
+namespace fs = std::filesystem;
+
+// How many rows dump shows of each long list without --full.
+constexpr std::size_t kShownBases = 20;
+constexpr std::size_t kShownSamples = 10;
+
+enum class Kind { Unknown, Scf, Abif, Esd, Crv };
+
+std::uint32_t LE32(const std::string& b, std::size_t off) {
+  auto u = [&](std::size_t i) { return std::uint32_t(static_cast<unsigned char>(b[off + i])); };
+  return u(0) | u(1) << 8 | u(2) << 16 | u(3) << 24;
+}
+
+// The format from the content: the magic words of SCF, ABIF and CRV, and for ESD,
+// which has none, a trailer whose number of lines accounts for the whole file.
+Kind DetectFormat(const std::string& b) {
+  if (b.compare(0, 4, ".scf") == 0) return Kind::Scf;
+  if (b.compare(0, 4, "ABIF") == 0) return Kind::Abif;
+  if (b.size() >= 15 && LE32(b, 0) == 11 && b.compare(4, 11, zev::CCrv::kMagic) == 0) return Kind::Crv;
+  if (b.size() >= std::size_t(zev::CEsd::kTrailerSize)) {
+    std::size_t t = b.size() - std::size_t(zev::CEsd::kTrailerSize);
+    std::uint64_t lines = LE32(b, t + 616);
+    bool sizeFits = lines * 20 + std::uint64_t(zev::CEsd::kTrailerSize) == b.size();
+    bool marked = LE32(b, t + 454) == LE32(b, t + 458) + 632 || b.compare(t + 450, 4, "ESD1") == 0 ||
+                  LE32(b, t + 596) == 1;
+    if (sizeFits && marked) return Kind::Esd;
+  }
+  return Kind::Unknown;
+}
+
+std::string Printable(const std::string& s) {
+  std::string out;
+  for (unsigned char c : s) {
+    if (c >= 0x20 && c != 0x7F) {
+      out += char(c);
+    } else {
+      char buf[8];
+      std::snprintf(buf, sizeof buf, "\\x%02X", c);
+      out += buf;
+    }
+  }
+  return out;
+}
+
+// ---- what convert carries across ----
+
+struct Trace {
+  std::string format;                            // what it was read from
+  std::string name;                              // sample name, when the format has one
+  std::string bases;
+  std::vector<std::uint32_t> peaks;              // one per base
+  std::vector<std::array<std::uint8_t, 4>> probs;  // one per base, A C G T
+  std::array<std::vector<std::uint16_t>, 4> channels;  // A C G T
+  std::array<std::vector<std::uint16_t>, 4> raw;       // raw traces, when there are any
+  std::vector<std::string> comments;
+  // What only an SCF source has.
+  bool scfPrivate = false;
+  unsigned rawScale = 4, rawRate = 2, analyzedScale = 1, analyzedRate = 1, currentScale = 1;
+  std::vector<std::array<unsigned char, 3>> cvt;
+  std::string barcode, subject;
+
+  std::size_t Samples() const { return channels[0].size(); }
+};
+
+std::uint16_t ClampSample(double v) {
+  if (!(v > 0)) return 0;
+  if (v >= 65535) return 65535;
+  return std::uint16_t(std::lround(v));
+}
+
+// ---- SCF ----
+
+void LoadScf(const std::string& path, const std::string& bytes, zev::CScf& scf) {
+  if (!scf.ReadFromMemory(bytes.data(), bytes.size()))
+    throw CommandError("cannot read '" + path + "' as SCF: bad version, or counts that do not fit the file");
+}
+
+std::vector<std::string> ScfComments(const zev::CScf& scf) {
+  std::vector<std::string> out;
+  for (zev::POSITION p = scf.GetFirstCommentPosition(); p;) out.push_back(scf.GetNextComment(p).str());
+  return out;
+}
+
+json DumpScf(zev::CScf& scf, bool full) {
+  json d;
+  d["format"] = "SCF";
+  d["version"] = Printable(scf.GetVersion().Left(4).str());
+  d["header"] = {{"samples", scf.GetSampleSize()},          {"samples offset", scf.GetSampleOffset()},
+                 {"bases", scf.GetBaseSize()},              {"bases offset", scf.GetBaseOffset()},
+                 {"bases left clip", scf.GetBasesLeftClip()}, {"bases right clip", scf.GetBasesRightClip()},
+                 {"comments size", scf.GetCommentSize()},   {"comments offset", scf.GetCommentOffset()},
+                 {"sample size", scf.GetSampleStructSize()}, {"code set", scf.GetCodeSet()},
+                 {"private size", scf.GetPrivateSize()},    {"private offset", scf.GetPrivateOffset()}};
+  d["comments"] = json::array();
+  for (const auto& c : ScfComments(scf)) d["comments"].push_back(Printable(c));
+  d["sequence"] = Printable(scf.GetBaseSequence().str());
+  json bases = json::array();
+  for (unsigned i = 0; i < scf.GetBaseSize() && (full || i < kShownBases); ++i) {
+    unsigned int peak;
+    unsigned char a, c, g, t;
+    char base;
+    if (!scf.GetBase(int(i), peak, a, c, g, t, base)) break;
+    bases.push_back({{"index", i}, {"base", Printable(std::string(1, base))}, {"peak", peak},
+                     {"A", a}, {"C", c}, {"G", g}, {"T", t}});
+  }
+  d["bases"] = bases;
+  json ch = {{"A", json::array()}, {"C", json::array()}, {"G", json::array()}, {"T", json::array()}};
+  for (unsigned i = 0; i < scf.GetSampleSize() && (full || i < kShownSamples); ++i) {
+    unsigned short v[4];
+    if (!scf.GetSample(int(i), v[0], v[1], v[2], v[3])) break;
+    ch["A"].push_back(v[0]);
+    ch["C"].push_back(v[1]);
+    ch["G"].push_back(v[2]);
+    ch["T"].push_back(v[3]);
+  }
+  d["channels"] = ch;
+  json priv;
+  priv["magic"] = scf.GetPrivateMagic() == zev::CScf::kPrivateMagic ? ".zev" : "none";
+  priv["version"] = scf.GetScfVersion();
+  priv["raw data"] = scf.GetRawDataSize();
+  priv["raw scale factor"] = scf.GetRawScaleFactor();
+  priv["raw sample rate"] = scf.GetRawSampleRate();
+  priv["analyzed scale factor"] = scf.GetAnalyzedScaleFactor();
+  priv["analyzed sample rate"] = scf.GetAnalyzedSampleRate();
+  priv["cvt data"] = scf.GetCvtDataSize();
+  priv["current scale factor"] = scf.GetCurrentScaleFactor();
+  const char* text;
+  scf.GetBarcode(text);
+  priv["barcode"] = Printable(text);
+  scf.GetSubjectID(text);
+  priv["subject ID"] = Printable(text);
+  json raw = {{"1", json::array()}, {"2", json::array()}, {"3", json::array()}, {"4", json::array()}};
+  for (unsigned i = 0; i < scf.GetRawDataSize() && (full || i < kShownSamples); ++i) {
+    unsigned short v[4];
+    if (!scf.GetRawData(int(i), v[0], v[1], v[2], v[3])) break;
+    for (int k = 0; k < 4; ++k) raw[std::to_string(k + 1)].push_back(v[k]);
+  }
+  priv["raw channels"] = raw;
+  json cvt = json::array();
+  for (unsigned i = 0; i < scf.GetCvtDataSize() && (full || i < kShownSamples); ++i) {
+    unsigned char v[3];
+    if (!scf.GetCvtData(int(i), v[0], v[1], v[2])) break;
+    cvt.push_back({v[0], v[1], v[2]});
+  }
+  priv["cvt"] = cvt;
+  d["private"] = priv;
+  return d;
+}
+
+Trace ScfTrace(zev::CScf& scf) {
+  Trace t;
+  t.format = "SCF " + Printable(scf.GetVersion().Left(4).str());
+  t.comments = ScfComments(scf);
+  for (const auto& c : t.comments)
+    if (c.rfind("NAME=", 0) == 0) t.name = c.substr(5);
+  for (unsigned i = 0; i < scf.GetBaseSize(); ++i) {
+    unsigned int peak;
+    unsigned char a, c, g, tt;
+    char base;
+    if (!scf.GetBase(int(i), peak, a, c, g, tt, base)) break;
+    t.bases += base;
+    t.peaks.push_back(peak);
+    t.probs.push_back({a, c, g, tt});
+  }
+  for (unsigned i = 0; i < scf.GetSampleSize(); ++i) {
+    unsigned short v[4];
+    if (!scf.GetSample(int(i), v[0], v[1], v[2], v[3])) break;
+    for (int k = 0; k < 4; ++k) t.channels[size_t(k)].push_back(v[k]);
+  }
+  for (unsigned i = 0; i < scf.GetRawDataSize(); ++i) {
+    unsigned short v[4];
+    if (!scf.GetRawData(int(i), v[0], v[1], v[2], v[3])) break;
+    for (int k = 0; k < 4; ++k) t.raw[size_t(k)].push_back(v[k]);
+  }
+  t.scfPrivate = true;
+  t.rawScale = scf.GetRawScaleFactor();
+  t.rawRate = scf.GetRawSampleRate();
+  t.analyzedScale = scf.GetAnalyzedScaleFactor();
+  t.analyzedRate = scf.GetAnalyzedSampleRate();
+  t.currentScale = scf.GetCurrentScaleFactor();
+  for (unsigned i = 0; i < scf.GetCvtDataSize(); ++i) {
+    std::array<unsigned char, 3> v;
+    if (!scf.GetCvtData(int(i), v[0], v[1], v[2])) break;
+    t.cvt.push_back(v);
+  }
+  const char* text;
+  scf.GetBarcode(text);
+  t.barcode = text;
+  scf.GetSubjectID(text);
+  t.subject = text;
+  return t;
+}
+
+std::string WriteScf(const Trace& t, bool version3) {
+  zev::CScf scf;
+  version3 ? scf.SetVersion300() : scf.SetVersion210();
+  if (!t.comments.empty()) {
+    for (const auto& c : t.comments) scf.AddComment(c.c_str());
+  } else if (!t.name.empty()) {
+    scf.AddComment(("NAME=" + t.name).c_str());
+  }
+  scf.InitBaseSizeAndArray(unsigned(t.bases.size()));
+  for (std::size_t i = 0; i < t.bases.size(); ++i) {
+    const auto& p = t.probs[i];
+    scf.SetBase(int(i), t.peaks[i], p[0], p[1], p[2], p[3], t.bases[i]);
+  }
+  scf.InitSampleSizeAndArray(unsigned(t.Samples()), t.analyzedScale, t.analyzedRate);
+  for (std::size_t i = 0; i < t.Samples(); ++i)
+    scf.SetSample(int(i), t.channels[0][i], t.channels[1][i], t.channels[2][i], t.channels[3][i]);
+  if (!t.raw[0].empty()) {
+    scf.InitRawDataSizeAndArray(unsigned(t.raw[0].size()), t.rawScale, t.rawRate);
+    for (std::size_t i = 0; i < t.raw[0].size(); ++i)
+      scf.SetRawData(int(i), t.raw[0][i], t.raw[1][i], t.raw[2][i], t.raw[3][i]);
+  }
+  if (t.scfPrivate) {
+    scf.InitCvtDataSizeAndArray(unsigned(t.cvt.size()), t.currentScale);
+    for (std::size_t i = 0; i < t.cvt.size(); ++i) scf.SetCvtData(int(i), t.cvt[i][0], t.cvt[i][1], t.cvt[i][2]);
+    scf.SetBarcode(t.barcode.c_str());
+    scf.SetSubjectID(t.subject.c_str());
+  }
+  std::vector<zev::BYTE> out;
+  if (!scf.WriteToMemory(out)) throw CommandError("the SCF writer refused the data");
+  return std::string(out.begin(), out.end());
+}
+
+// ---- ESD ----
+
+void LoadEsd(const std::string& path, const std::string& bytes, zev::CEsd& esd) {
+  if (!esd.ReadFromMemory(bytes.data(), bytes.size()))
+    throw CommandError("cannot read '" + path + "' as ESD: its records do not fit the file");
+}
+
+json DumpEsd(zev::CEsd& e, bool full) {
+  json d;
+  d["format"] = "ESD";
+  d["version"] = e.GetVersion();
+  d["kind"] = e.IsRawData() ? "raw" : "processed";
+  d["file length"] = e.GetFileLength();
+  d["lines"] = e.GetNumberOfLines();
+  d["run"] = {{"sample name", Printable(e.GetSampleName().str())},
+              {"operator name", Printable(e.GetOperatorName().str())},
+              {"run ID", Printable(e.GetRunID().str())},
+              {"plate ID", Printable(e.GetPlateID().str())},
+              {"previous run ID", e.GetPrevRunID()},
+              {"instrument ID", Printable(e.GetInstID().str())},
+              {"parameter set", Printable(e.GetParamSetName().str())},
+              {"run start", e.GetRunStartTime()},
+              {"run stop", e.GetRunStopTime()},
+              {"run voltage", e.GetRunVoltage()},
+              {"run time", e.GetRunTime()},
+              {"injection voltage", e.GetInjectionVoltage()},
+              {"injection time", e.GetInjectionTime()},
+              {"temperature", e.GetTemperature()},
+              {"laser index", e.GetLazerIndex()},
+              {"PMT voltage 1", e.GetPMTVoltage1()},
+              {"PMT voltage 2", e.GetPMTVoltage2()},
+              {"beam splitter A", Printable(e.GetBeamSplitterA().str())},
+              {"beam splitter B", Printable(e.GetBeamSplitterB().str())},
+              {"filters", {Printable(e.GetFilter1().str()), Printable(e.GetFilter2().str()),
+                           Printable(e.GetFilter3().str()), Printable(e.GetFilter4().str())}},
+              {"fill time", e.GetFillTime()},
+              {"flush times", {e.GetFlushTime1(), e.GetFlushTime2(), e.GetFlushTime3()}},
+              {"prerun voltage", e.GetPrerunVoltage()},
+              {"prerun time", e.GetPrerunTime()},
+              {"relaxation time", e.GetRelaxationTime()},
+              {"scan rate", e.GetScanRate()},
+              {"saturated", bool(e.IsSaturated())},
+              {"file type", e.GetFileType()},
+              {"capillaries", e.GetNumberOfCapillaries()},
+              {"capillary usage", e.GetCapUsage()},
+              {"current scale factor", e.GetCurrentScaleFactor()},
+              {"security code", e.GetSecurityCode()}};
+  json order = json::array();
+  for (int i = 0; i < 4; ++i) order.push_back(Printable(e.GetBaseOrder(i).str()));
+  d["run"]["base order"] = order;
+  json mx = json::array();
+  for (int r = 0; r < 4; ++r) mx.push_back({e.GetSpecSepMx(r, 0), e.GetSpecSepMx(r, 1), e.GetSpecSepMx(r, 2), e.GetSpecSepMx(r, 3)});
+  d["run"]["spectral separation matrix"] = mx;
+  json rec = json::array();
+  for (zev::ULONG i = 0; i < e.GetNumberOfLines() && (full || i < kShownSamples); ++i) {
+    zev::LONG v[5];
+    float f[4];
+    if (e.IsRawData()) {
+      if (!e.GetRawData(int(i), v[0], v[1], v[2], v[3], v[4])) break;
+      rec.push_back({v[0], v[1], v[2], v[3], v[4]});
+    } else {
+      if (!e.GetProcessedData(int(i), v[0], f[0], f[1], f[2], f[3])) break;
+      rec.push_back({v[0], f[0], f[1], f[2], f[3]});
+    }
+  }
+  d["records"] = rec;
+  return d;
+}
+
+Trace EsdTrace(zev::CEsd& e) {
+  Trace t;
+  t.format = e.IsRawData() ? "ESD raw" : "ESD processed";
+  t.name = e.GetSampleName().str();
+  for (zev::ULONG i = 0; i < e.GetNumberOfLines(); ++i) {
+    zev::LONG v[5];
+    float f[4];
+    // The four dye values: the last four of a raw record, the floats of a processed one.
+    if (e.IsRawData()) {
+      if (!e.GetRawData(int(i), v[0], v[1], v[2], v[3], v[4])) break;
+      for (int k = 0; k < 4; ++k) t.channels[size_t(k)].push_back(ClampSample(v[k + 1]));
+    } else {
+      if (!e.GetProcessedData(int(i), v[0], f[0], f[1], f[2], f[3])) break;
+      for (int k = 0; k < 4; ++k) t.channels[size_t(k)].push_back(ClampSample(f[k]));
+    }
+  }
+  return t;
+}
+
+std::string WriteEsd(const Trace& t) {
+  zev::CEsd e;
+  e.InitProcessedDataSizeAndArray(zev::ULONG(t.Samples()), 0);
+  e.SetSampleName(t.name.c_str());
+  for (std::size_t i = 0; i < t.Samples(); ++i)
+    e.SetProcessedData(int(i), zev::LONG(i), t.channels[0][i], t.channels[1][i], t.channels[2][i], t.channels[3][i]);
+  std::vector<zev::BYTE> out;
+  if (!e.WriteToMemory(out)) throw CommandError("the ESD writer refused the data");
+  return std::string(out.begin(), out.end());
+}
+
+// ---- CRV ----
+
+void LoadCrv(const std::string& path, const std::string& bytes, zev::CCrv& crv) {
+  if (!crv.ReadFromMemory(bytes.data(), bytes.size()))
+    throw CommandError("cannot read '" + path + "' as CRV: a curve is longer than the file");
+}
+
+json DumpCrv(zev::CCrv& crv, bool full) {
+  json d;
+  d["format"] = "CRV";
+  d["magic"] = zev::CCrv::kMagic;
+  d["curves"] = crv.GetNumbCurve();
+  d["curves read"] = crv.GetCurveCount(0);
+  d["longest curve"] = crv.GetMaximumSampleSize();
+  json curves = json::array();
+  for (int j = 0; j < crv.GetCurveCount(0); ++j) {
+    const zev::CrvCurve* c = crv.GetCurve(0, j);
+    json values = json::array();
+    for (std::size_t i = 0; i < c->values.size() && (full || i < kShownSamples); ++i) values.push_back(c->values[i]);
+    curves.push_back({{"curve", j + 1}, {"points", c->Count()}, {"values", values}});
+  }
+  d["curve list"] = curves;
+  return d;
+}
+
+void AddCurve(Trace& t, int channel, const zev::CrvCurve& c) {
+  for (zev::LONG v : c.values) t.channels[size_t(channel)].push_back(ClampSample(v));
+}
+
+// A dye file of a set (<base>_D1.CRV to _D4.CRV) gives the four channels from the
+// first curve of each sibling; any other curve file gives its first four curves.
+Trace CrvTrace(const std::string& path, zev::CCrv& crv) {
+  Trace t;
+  t.format = "CRV";
+  // <base>_Dn.CRV: "_D", a digit from 1 to 4, ".CRV".
+  std::string base = path;
+  bool dyeSet = path.size() > 7 && path.compare(path.size() - 7, 2, "_D") == 0 && path[path.size() - 5] >= '1' &&
+                path[path.size() - 5] <= '4' && path.compare(path.size() - 4, 4, ".CRV") == 0;
+  if (dyeSet) {
+    base = path.substr(0, path.size() - 7);
+    t.name = fs::path(base).filename().string();
+    for (int d = 0; d < 4; ++d) {
+      std::string sibling = base + "_D" + std::to_string(d + 1) + ".CRV";
+      zev::CCrv dye;
+      if (!fs::exists(sibling) || !dye.Read(sibling.c_str()) || dye.GetCurveCount(0) == 0) continue;
+      AddCurve(t, d, *dye.GetCurve(0, 0));
+    }
+  } else {
+    t.name = fs::path(path).stem().string();
+    for (int d = 0; d < 4 && d < crv.GetCurveCount(0); ++d) AddCurve(t, d, *crv.GetCurve(0, d));
+  }
+  // Channels of different lengths are padded to the longest.
+  std::size_t n = 0;
+  for (const auto& c : t.channels) n = std::max(n, c.size());
+  for (auto& c : t.channels) c.resize(n, 0);
+  return t;
+}
+
+// The library names the files after the base it keeps; a ".CRV" after the first
+// character of the path cuts its last four characters, as the library does.
+std::string CrvBase(const std::string& path) {
+  std::size_t at = path.find(".CRV");
+  return at != std::string::npos && at > 0 ? path.substr(0, path.size() - 4) : path;
+}
+
+// Writes the set into a scratch folder beside the target, then renames each file.
+std::vector<std::string> WriteCrv(const Trace& t, const std::string& out) {
+  zev::CCrv crv;
+  int dyes[4] = {1, 1, 1, 1};
+  if (!crv.SetSamplesize(unsigned(t.Samples()), dyes)) throw CommandError("cannot allocate the CRV curves");
+  for (std::size_t i = 0; i < t.Samples(); ++i)
+    crv.SetSample(int(i), t.channels[0][i], t.channels[1][i], t.channels[2][i], t.channels[3][i]);
+  crv.AppendDataArrays();
+  crv.AppendResultNames((t.name.empty() ? std::string("trace") : t.name).c_str());
+
+  std::string finalBase = CrvBase(out);
+  fs::path scratch = fs::path(finalBase).parent_path() / (".zevutil-crv-" + std::to_string(::getpid()));
+  std::error_code ec;
+  // Only the scratch folder itself is made: a target in a missing folder fails.
+  if (!fs::create_directory(scratch, ec) || ec) throw CommandError("cannot write '" + out + "'");
+  std::vector<std::string> suffixes = {"_CRV_TRACE_ORDER.txt"};
+  if (t.Samples())
+    for (int d = 1; d <= 4; ++d) suffixes.push_back("_D" + std::to_string(d) + ".CRV");
+  std::vector<std::string> written;
+  bool ok = crv.Write((scratch / "set").c_str());
+  std::string made = crv.GetFileName().str();
+  if (ok) {
+    for (const auto& s : suffixes) {
+      if (fs::rename(made + s, finalBase + s, ec); ec) {
+        ok = false;
+        break;
+      }
+      written.push_back(finalBase + s);
+    }
+  }
+  if (!ok)
+    for (const auto& w : written) fs::remove(w, ec);
+  fs::remove_all(scratch, ec);
+  if (!ok) throw CommandError("cannot write '" + out + "'");
+  return written;
+}
+
+// ---- ABIF ----
+
+std::string AbifTag(const zev::Abi_flag_record& r) {
+  std::string name(r.TagName, 4);
+  return Printable(name) + std::to_string(r.TagNumber);
+}
+
+void LoadAbif(const std::string& path, zev::CAbi& abi) {
+  if (path == "-") throw CommandError("ABIF input must be a file, not standard input");
+  if (!abi.Read(path.c_str())) throw CommandError("cannot read '" + path + "' as ABIF: damaged or unsupported");
+}
+
+std::string TimeText(const zev::CTime& t) {
+  if (t.GetTime() <= 0) return "";
+  return t.Format("%Y-%m-%d %H:%M:%S").str();
+}
+
+json DumpAbif(zev::CAbi& abi, bool full) {
+  json d;
+  d["format"] = "ABIF";
+  d["kind"] = abi.IsSequenceFile() ? "sequence" : abi.IsFragmentFile() ? "fragment" : "other";
+  json dir = json::array();
+  for (int i = 0; i < abi.GetDirectoryCount(); ++i) {
+    zev::Abi_flag_record r;
+    if (!abi.GetDirectoryEntry(i, r)) break;
+    dir.push_back({{"tag", AbifTag(r)}, {"type", r.ElementType}, {"element size", r.ElementSize},
+                   {"elements", r.NumElements}, {"bytes", r.DataSize}, {"data or offset", r.DataOffset}});
+  }
+  d["directory"] = dir;
+  zev::CTime start, stop;
+  abi.GetRunDateTime(start, stop);
+  unsigned short scale[4];
+  abi.GetScaleFactor(scale);
+  d["run"] = {{"sample name", Printable(abi.GetSampleName().str())},
+              {"machine", Printable(abi.GetMachineName().str())},
+              {"run start", TimeText(start)},
+              {"run stop", TimeText(stop)},
+              {"lane", abi.GetLaneNumber()},
+              {"scans", abi.GetScanNumber()},
+              {"scan rate", abi.GetScanRate()},
+              {"trace order", Printable(abi.GetTraceOrder().str())},
+              {"average base spacing", abi.GetAveragebaseSpace()},
+              {"scale factors", {scale[0], scale[1], scale[2], scale[3]}},
+              {"dye mobility file", Printable(abi.GetDyeMobilityCorrectFile().str())}};
+  if (abi.IsFragmentFile()) {
+    d["fragment"] = {{"size standard", Printable(abi.GetSizeStandardFileName().str())},
+                     {"parameters", Printable(abi.GetFragParameterFileName().str())},
+                     {"matrix file", Printable(abi.GetMatrixFileName().str())},
+                     {"gel", Printable(abi.GetGelName().str())},
+                     {"standard channel", abi.GetStandardChannel()},
+                     {"peaks", abi.GetPeakListCount()},
+                     {"standard peaks", abi.GetStandardPeakCount()}};
+  }
+  d["counts"] = {{"samples", abi.GetSampleCount()}, {"raw data", abi.GetRawDataCount()},
+                 {"bases", abi.GetBaseCount()}, {"voltage/current points", abi.GetVcptCount()}};
+  d["sequence"] = Printable(abi.GetBaseSequence().str());
+  json bases = json::array();
+  for (int i = 0; i < abi.GetBaseCount() && (full || std::size_t(i) < kShownBases); ++i) {
+    unsigned short pos;
+    char base;
+    if (!abi.GetBase(i, pos, base)) break;
+    bases.push_back({{"index", i}, {"base", Printable(std::string(1, base))}, {"peak", pos}});
+  }
+  d["bases"] = bases;
+  auto channels = [&](bool raw) {
+    json ch = {{"A", json::array()}, {"C", json::array()}, {"G", json::array()}, {"T", json::array()}};
+    int n = raw ? abi.GetRawDataCount() : abi.GetSampleCount();
+    for (int i = 0; i < n && (full || std::size_t(i) < kShownSamples); ++i) {
+      unsigned short v[4];
+      if (!(raw ? abi.GetRawData(i, v[0], v[1], v[2], v[3]) : abi.GetSample(i, v[0], v[1], v[2], v[3]))) break;
+      ch["A"].push_back(v[0]);
+      ch["C"].push_back(v[1]);
+      ch["G"].push_back(v[2]);
+      ch["T"].push_back(v[3]);
+    }
+    return ch;
+  };
+  d["channels"] = channels(false);
+  d["raw channels"] = channels(true);
+  return d;
+}
+
+Trace AbifTrace(zev::CAbi& abi) {
+  Trace t;
+  t.format = "ABIF";
+  t.name = abi.GetSampleName().str();
+  for (int i = 0; i < abi.GetBaseCount(); ++i) {
+    unsigned short pos;
+    char base;
+    if (!abi.GetBase(i, pos, base)) break;
+    t.bases += base;
+    t.peaks.push_back(pos);
+    t.probs.push_back({0, 0, 0, 0});
+  }
+  for (int i = 0; i < abi.GetSampleCount(); ++i) {
+    unsigned short v[4];
+    if (!abi.GetSample(i, v[0], v[1], v[2], v[3])) break;
+    for (int k = 0; k < 4; ++k) t.channels[size_t(k)].push_back(v[k]);
+  }
+  for (int i = 0; i < abi.GetRawDataCount(); ++i) {
+    unsigned short v[4];
+    if (!abi.GetRawData(i, v[0], v[1], v[2], v[3])) break;
+    for (int k = 0; k < 4; ++k) t.raw[size_t(k)].push_back(v[k]);
+  }
+  if (!t.name.empty()) t.comments.push_back("NAME=" + t.name);
+  return t;
+}
+
+// Writes through a scratch file beside the target, then renames it.
+void WriteAbif(const Trace& t, const std::string& out) {
+  zev::CAbi abi;
+  abi.SetSequenceFile(1);
+  abi.InitialSeqFlagRecords();
+  abi.SetSampleName(t.name.c_str());
+  // The channels go in as A, C, G, T and the trace order says so.
+  abi.SetTraceOrder("ACGT");
+  abi.SetScanNumber(static_cast<unsigned short>(std::min<std::size_t>(t.Samples(), 65535)));
+  abi.InitSampleSizeAndArray(unsigned(t.Samples()));
+  for (std::size_t i = 0; i < t.Samples(); ++i)
+    abi.SetSample(int(i), t.channels[0][i], t.channels[1][i], t.channels[2][i], t.channels[3][i]);
+  if (!t.raw[0].empty()) {
+    abi.InitRawDataSizeAndArray(unsigned(t.raw[0].size()));
+    for (std::size_t i = 0; i < t.raw[0].size(); ++i)
+      abi.SetRawData(int(i), t.raw[0][i], t.raw[1][i], t.raw[2][i], t.raw[3][i]);
+  }
+  abi.InitBaseSizeAndArray(unsigned(t.bases.size()));
+  for (std::size_t i = 0; i < t.bases.size(); ++i)
+    abi.SetBase(int(i), static_cast<unsigned short>(std::min<std::uint32_t>(t.peaks[i], 65535)), t.bases[i]);
+  std::string tmp = out + ".tmp" + std::to_string(::getpid());
+  if (!abi.Write(tmp.c_str())) {
+    std::remove(tmp.c_str());
+    throw CommandError("cannot write '" + out + "'");
+  }
+  if (std::rename(tmp.c_str(), out.c_str()) != 0) {
+    std::remove(tmp.c_str());
+    throw CommandError("cannot write '" + out + "'");
+  }
+}
+
+// ---- text rendering of a dump ----
+
+std::string Scalar(const json& v) {
+  if (v.is_string()) return v.get<std::string>();
+  if (v.is_number_float()) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%g", v.get<double>());
+    return buf;
+  }
+  return v.dump();
+}
+
+bool IsScalarArray(const json& v) {
+  return v.is_array() && std::all_of(v.begin(), v.end(), [](const json& e) { return e.is_primitive() || IsScalarArray(e); });
+}
+
+std::string Inline(const json& v) {
+  if (!v.is_array()) return Scalar(v);
+  std::string s = "[";
+  for (std::size_t i = 0; i < v.size(); ++i) s += (i ? ", " : "") + Inline(v[i]);
+  return s + "]";
+}
+
+// Rows of objects with the same keys print as a table.
+bool IsTable(const json& v) {
+  if (!v.is_array() || v.empty() || !v[0].is_object()) return false;
+  return std::all_of(v.begin(), v.end(), [&](const json& e) {
+    return e.is_object() && e.size() == v[0].size() &&
+           std::all_of(e.begin(), e.end(), [](const json& x) { return x.is_primitive() || IsScalarArray(x); });
+  });
+}
+
+// An object of equally long number lists (the channels) prints as columns.
+bool IsColumns(const json& v) {
+  if (!v.is_object() || v.empty()) return false;
+  std::size_t n = v.begin()->is_array() ? v.begin()->size() : 0;
+  return std::all_of(v.begin(), v.end(), [&](const json& e) {
+    return e.is_array() && e.size() == n && std::all_of(e.begin(), e.end(), [](const json& x) { return x.is_number(); });
+  });
+}
+
+void PrintTable(const std::vector<std::vector<std::string>>& rows, const std::string& indent) {
+  std::vector<std::size_t> width;
+  for (const auto& r : rows)
+    for (std::size_t c = 0; c < r.size(); ++c) {
+      if (width.size() <= c) width.push_back(0);
+      width[c] = std::max(width[c], r[c].size());
+    }
+  for (const auto& r : rows) {
+    std::string line = indent;
+    for (std::size_t c = 0; c < r.size(); ++c) {
+      line += r[c];
+      if (c + 1 < r.size()) line += std::string(width[c] - r[c].size() + 2, ' ');
+    }
+    std::printf("%s\n", line.c_str());
+  }
+}
+
+void PrintText(const json& d, const std::string& indent) {
+  for (auto it = d.begin(); it != d.end(); ++it) {
+    const json& v = it.value();
+    const std::string& key = it.key();
+    if (IsTable(v)) {
+      std::printf("%s%s (%zu shown):\n", indent.c_str(), key.c_str(), v.size());
+      std::vector<std::vector<std::string>> rows(1);
+      for (auto k = v[0].begin(); k != v[0].end(); ++k) rows[0].push_back(k.key());
+      for (const auto& e : v) {
+        rows.emplace_back();
+        for (const auto& x : e) rows.back().push_back(Inline(x));
+      }
+      PrintTable(rows, indent + "  ");
+    } else if (IsColumns(v)) {
+      std::size_t n = v.begin()->size();
+      std::printf("%s%s (%zu shown):\n", indent.c_str(), key.c_str(), n);
+      if (n == 0) continue;
+      std::vector<std::vector<std::string>> rows(1, {"index"});
+      for (auto k = v.begin(); k != v.end(); ++k) rows[0].push_back(k.key());
+      for (std::size_t i = 0; i < n; ++i) {
+        rows.push_back({std::to_string(i)});
+        for (const auto& col : v) rows.back().push_back(Scalar(col[i]));
+      }
+      PrintTable(rows, indent + "  ");
+    } else if (v.is_object()) {
+      std::printf("%s%s:\n", indent.c_str(), key.c_str());
+      PrintText(v, indent + "  ");
+    } else if (v.is_array() && !v.empty() && std::all_of(v.begin(), v.end(), [](const json& e) { return e.is_string(); }) &&
+               key == "comments") {
+      std::printf("%s%s (%zu):\n", indent.c_str(), key.c_str(), v.size());
+      for (const auto& e : v) std::printf("%s  %s\n", indent.c_str(), e.get<std::string>().c_str());
+    } else {
+      std::printf("%s%s: %s\n", indent.c_str(), key.c_str(), Inline(v).c_str());
+    }
+  }
+}
+
+// ---- the commands ----
+
+void RunDump(const std::string& path, bool asJson, bool full) {
+  std::string bytes = ReadWholeFile(path);
+  Kind kind = DetectFormat(bytes);
+  json d;
+  switch (kind) {
+    case Kind::Scf: {
+      zev::CScf scf;
+      LoadScf(path, bytes, scf);
+      d = DumpScf(scf, full);
+      break;
+    }
+    case Kind::Esd: {
+      zev::CEsd esd;
+      LoadEsd(path, bytes, esd);
+      d = DumpEsd(esd, full);
+      break;
+    }
+    case Kind::Crv: {
+      zev::CCrv crv;
+      LoadCrv(path, bytes, crv);
+      d = DumpCrv(crv, full);
+      break;
+    }
+    case Kind::Abif: {
+      zev::CAbi abi;
+      LoadAbif(path, abi);
+      d = DumpAbif(abi, full);
+      break;
+    }
+    default:
+      throw CommandError("'" + path + "' is not an SCF, ABIF, ESD or CRV file");
+  }
+  json doc;
+  doc["file"] = path;
+  doc["size"] = bytes.size();
+  for (auto it = d.begin(); it != d.end(); ++it) doc[it.key()] = it.value();
+  if (asJson) {
+    std::printf("%s\n", doc.dump(2, ' ', false, json::error_handler_t::replace).c_str());
+  } else {
+    PrintText(doc, "");
+    if (!full) std::printf("(long lists are cut; --full shows everything)\n");
+  }
+  std::fflush(stdout);
+}
+
+Trace ReadTrace(const std::string& path) {
+  std::string bytes = ReadWholeFile(path);
+  switch (DetectFormat(bytes)) {
+    case Kind::Scf: {
+      zev::CScf scf;
+      LoadScf(path, bytes, scf);
+      return ScfTrace(scf);
+    }
+    case Kind::Esd: {
+      zev::CEsd esd;
+      LoadEsd(path, bytes, esd);
+      return EsdTrace(esd);
+    }
+    case Kind::Crv: {
+      zev::CCrv crv;
+      LoadCrv(path, bytes, crv);
+      return CrvTrace(path, crv);
+    }
+    case Kind::Abif: {
+      zev::CAbi abi;
+      LoadAbif(path, abi);
+      return AbifTrace(abi);
+    }
+    default:
+      throw CommandError("'" + path + "' is not an SCF, ABIF, ESD or CRV file");
+  }
+}
+
+void RunConvert(const std::string& in, const std::string& out, const std::string& to) {
+  Trace t = ReadTrace(in);
+  std::vector<std::string> written;
+  if (to == "scf2" || to == "scf3") {
+    WriteFileAtomically(out, WriteScf(t, to == "scf3"));
+    written.push_back(out);
+  } else if (to == "esd") {
+    WriteFileAtomically(out, WriteEsd(t));
+    written.push_back(out);
+  } else if (to == "abif") {
+    WriteAbif(t, out);
+    written.push_back(out);
+  } else {
+    written = WriteCrv(t, out);
+  }
+  std::printf("%s (%s): %zu bases, %zu samples -> %s\n", in.c_str(), t.format.c_str(), t.bases.size(), t.Samples(),
+              to.c_str());
+  for (const auto& w : written) std::printf("  wrote %s\n", w.c_str());
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+void AddTraceCommands(CLI::App& app) {
+  CLI::App* dump = app.add_subcommand("dump", "show what the library reads from an SCF, ABIF, ESD or CRV file");
+  auto file = std::make_shared<std::string>();
+  auto asJson = std::make_shared<bool>(false);
+  auto full = std::make_shared<bool>(false);
+  dump->add_option("FILE", *file, "the trace file; its format is told by its content")->required();
+  dump->add_flag("--json", *asJson, "machine-readable output");
+  dump->add_flag("--full", *full, "every base and every sample, not only the first");
+  dump->callback([file, asJson, full] { RunDump(*file, *asJson, *full); });
+
+  CLI::App* convert = app.add_subcommand("convert", "convert a trace file to another format");
+  auto in = std::make_shared<std::string>();
+  auto out = std::make_shared<std::string>();
+  auto to = std::make_shared<std::string>();
+  convert->add_option("IN", *in, "the trace file to read")->required();
+  convert->add_option("OUT", *out, "the file to write (for crv, the base of the file set)")->required();
+  convert->add_option("--to", *to, "the format to write")
+      ->required()
+      ->check(CLI::IsMember({"scf2", "scf3", "abif", "esd", "crv"}));
+  convert->callback([in, out, to] { RunConvert(*in, *out, *to); });
+}
+
 }  // namespace zevcli
