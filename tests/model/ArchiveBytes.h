@@ -1,5 +1,5 @@
-// Test helpers: what an object writes to a memory archive, a reader over given bytes,
-// and a little-endian byte builder for hand-made records.
+// Test helpers: the bytes an object writes to a memory archive, a loading archive over
+// given bytes, and a little-endian builder for hand-made records.
 #pragma once
 #include <cstring>
 #include <functional>
@@ -15,9 +15,7 @@ using Bytes = std::vector<BYTE>;
 inline Bytes Stored(const std::function<void(CArchive&)>& write) {
   CMemArchive ar(CArchive::store);
   write(ar);
-  CByteArray data;
-  ar.GetData(data);
-  return Bytes(data.begin(), data.end());
+  return Bytes(ar.GetDataPtr(), ar.GetDataPtr() + ar.GetDataSize());
 }
 
 // A loading archive over a copy of the bytes.
@@ -33,17 +31,15 @@ class Loader {
   CMemArchive m_ar;
 };
 
-// Builds a record by appending values in their little-endian stored forms.
 class ByteBuilder {
  public:
   template <class T>
   ByteBuilder& Put(T v) {
-    BYTE raw[sizeof(T)];
-    std::memcpy(raw, &v, sizeof(T));
+    const BYTE* raw = reinterpret_cast<const BYTE*>(&v);
     m_bytes.insert(m_bytes.end(), raw, raw + sizeof(T));
     return *this;
   }
-  ByteBuilder& Str(const std::string& s) {  // CString form, short texts only
+  ByteBuilder& Str(const std::string& s) {  // the CString form of a short text
     m_bytes.push_back(BYTE(s.size()));
     m_bytes.insert(m_bytes.end(), s.begin(), s.end());
     return *this;
@@ -58,7 +54,7 @@ class ByteBuilder {
   Bytes m_bytes;
 };
 
-// Runs f, which must throw the archive's end-of-file exception; deletes it.
+// True when f throws the archive's end-of-file exception (which is deleted).
 inline bool ThrowsEndOfFile(const std::function<void()>& f) {
   try {
     f();
