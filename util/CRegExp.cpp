@@ -55,10 +55,14 @@ constexpr std::size_t kGuard = 8;
 constexpr LONG kTrustedSize = 65536;
 // Backtracking stack limit (frames); beyond it a search gives up with an error text.
 constexpr std::size_t kMaxFrames = std::size_t(1) << 22;
+// The sizing count stops here; a pattern that reaches it (tens of megabytes) is refused.
+constexpr LONG kSizeLimit = 0x7FFF0000;
 // Failed calls before the matcher starts to remember them.
 constexpr std::uint64_t kMemoAfter = 20000;
 // Largest failure record kept as a bit table (bits); larger ones use a hash set.
 constexpr std::uint64_t kMemoBitsMax = std::uint64_t(1) << 28;
+// Most failures a hash set records (some 150 MB); later ones are not remembered.
+constexpr std::size_t kMemoHashMax = std::size_t(1) << 22;
 
 inline unsigned OP(const char* p) { return static_cast<unsigned char>(*p); }
 inline const char* OPERAND(const char* p) { return p + 3; }
@@ -66,8 +70,6 @@ inline char* OPERAND(char* p) { return p + 3; }
 inline bool ISMULT(char c) { return c == '*' || c == '+' || c == '?'; }
 inline bool IsOpen(unsigned op) { return op > OPEN && op < OPEN + CRegExp::NSUBEXP; }
 inline bool IsClose(unsigned op) { return op > CLOSE && op < CLOSE + CRegExp::NSUBEXP; }
-inline bool HasString(unsigned op) { return op == ANYOF || op == ANYBUT || op == EXACTLY; }
-
 
 void CopyError(char* buffer, const char* message) {
   if (buffer) std::strcpy(buffer, message);
@@ -206,6 +208,10 @@ int CRegExp::RegComp(const char* pattern, int upper, char* error) {
   m_pRegCode = m_achRegDummy;
   int flags = 0;
   if (!reg(0, flags)) return 0;
+  if (m_lRegSize >= kSizeLimit) {
+    CopyError(m_pErrorBuf, "Regexp too big.");
+    return 0;
+  }
 
   // Second pass: emit it into a zeroed block followed by the guard.
   m_pProgram.reset();
@@ -443,7 +449,7 @@ char* CRegExp::regatom(int& flags) {
 char* CRegExp::regnode(char op) {
   char* ret = m_pRegCode;
   if (!m_bEmitCode) {
-    m_lRegSize += 3;
+    GrowSize(3);
     return ret;
   }
   ret[0] = op;
@@ -457,12 +463,16 @@ void CRegExp::regc(char b) {
   if (m_bEmitCode)
     *m_pRegCode++ = b;
   else
-    ++m_lRegSize;
+    GrowSize(1);
+}
+
+void CRegExp::GrowSize(LONG bytes) {
+  m_lRegSize = m_lRegSize >= kSizeLimit - bytes ? kSizeLimit : m_lRegSize + bytes;
 }
 
 void CRegExp::reginsert(char op, char* opnd) {
   if (!m_bEmitCode) {
-    m_lRegSize += 3;
+    GrowSize(3);
     return;
   }
   std::memmove(opnd + 3, opnd, std::size_t(m_pRegCode - opnd));
@@ -714,7 +724,7 @@ bool CRegExp::FirstChars(const char* scan, unsigned char (&set)[256], int& budge
 
 inline bool CRegExp::MemoFailed(const char* node, const char* position) {
   MatchState& m = *m_pMatch;
-  if (m.mode == 0) return false;
+  if (m.mode == 0 || !node) return false;
   const std::size_t off = std::size_t(node - m_pProgram.get());
   const std::size_t pos = std::size_t(position - m_pRegBol);
   if (m.mode == 1) {
@@ -743,6 +753,7 @@ inline void CRegExp::MemoFail(const char* node, const char* position) {
       m.mode = 2;
     }
   }
+  if (!node) return;
   const std::size_t off = std::size_t(node - m_pProgram.get());
   const std::size_t pos = std::size_t(position - m_pRegBol);
   if (m.mode == 1) {
@@ -750,7 +761,7 @@ inline void CRegExp::MemoFail(const char* node, const char* position) {
     if (id < 0) return;
     const std::size_t bit = std::size_t(id) * m.stride + pos;
     m.bits[bit >> 6] |= std::uint64_t(1) << (bit & 63);
-  } else {
+  } else if (m.hashed.size() < kMemoHashMax) {
     m.hashed.insert((std::uint64_t(off) << 40) ^ pos);
   }
 }

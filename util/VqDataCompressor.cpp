@@ -1,6 +1,8 @@
 // CLZSS_Compressor: LZSS with a binary search tree over a 4096-byte ring. The stream is
-// fixed byte for byte, so speed comes from the inner loops: word-wide key comparison in
-// the tree walk, and a decoder that copies straight from the output it has written.
+// fixed byte for byte, and so is the tree (the match chosen among equals depends on its
+// shape), so speed comes from the inner loops alone: a compact tree whose descent
+// compares eight key bytes at once and picks the next node without a branch, and a
+// decoder that copies straight from the output it has written, a group at a time.
 #include "zevutil/VqDataCompressor.h"
 
 #include <bit>

@@ -73,6 +73,7 @@ class CRegExp {
   int CreateTempString(const char* text, int& start, int& end, int upper);
 
   char* Fail(const char* message);
+  void GrowSize(LONG bytes);
   void MatchError(const char* message) const;
   void BuildTables();
   bool FirstChars(const char* scan, unsigned char (&set)[256], int& budget) const;

@@ -1,0 +1,43 @@
+// Compiles any pattern and runs it over any text: the first byte chooses the options,
+// the pattern runs to the first newline, the text is the rest. Every search and result
+// call must finish without touching memory it does not own, and a failed compile must
+// say why.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "zevutil/CRegExp.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 1 || size > 8192) return 0;
+  const unsigned options = data[0];
+  std::string rest(reinterpret_cast<const char*>(data) + 1, size - 1);
+  const std::size_t nl = rest.find('\n');
+  const std::string pattern = rest.substr(0, nl);
+  const std::string text = nl == std::string::npos ? std::string() : rest.substr(nl + 1);
+  const int upper = options & 1;
+
+  static char error[256];  // outlives every engine below, as the contract asks
+  error[0] = '\0';
+  zev::CRegExp re;
+  if (!re.RegComp(pattern.c_str(), upper, error)) {
+    if (pattern.c_str()[0] && error[0] == '\0') std::abort();
+    return 0;
+  }
+  const int at = re.RegFind(text.c_str());
+  const std::size_t len = std::strlen(text.c_str());
+  if (at < -1 || at > int(len)) std::abort();
+  if (at >= 0 && std::size_t(at) + std::size_t(re.GetFindLen()) > len) std::abort();
+  for (int g = -1; g <= 10; ++g) std::free(re.GetTaggedString(g));
+  std::free(re.GetReplaceString("<&|\\1\\2\\9\\0\\\\\\&\\q>"));
+
+  const int start = int(options >> 1) % 7 - 2;
+  const int end = int(len) - int(options >> 4) % 5;
+  const int within = re.RegFind(text.c_str(), start, end, upper);
+  if (within != -1 && (within < 0 || within > int(len))) std::abort();
+  zev::CRegExp copy(re);  // shares the program; both must die cleanly
+  copy.RegFind(text.c_str());
+  std::free(copy.GetReplaceString("&"));
+  return 0;
+}
