@@ -34,6 +34,25 @@ double VersionNumber(const char (&text)[4]) {
   return v;
 }
 
+inline DWORD GetU32(const BYTE* p) { return DWORD(p[0]) << 24 | DWORD(p[1]) << 16 | DWORD(p[2]) << 8 | p[3]; }
+inline WORD GetU16(const BYTE* p) { return WORD(p[0] << 8 | p[1]); }
+
+// The need bytes at offset, with zeros for whatever lies past the end of the data;
+// the cursor moves as reading them would. The caller has bounded need by the data's
+// size, so the padded copy made for a cut file stays small.
+const BYTE* Block(ByteCursor& cur, std::uint64_t offset, std::size_t need, std::vector<BYTE>& scratch) {
+  cur.Seek(offset);
+  if (const BYTE* p = cur.Peek(need); p && need) {
+    cur.Skip(need);
+    return p;
+  }
+  scratch.assign(need + 1, 0);
+  std::size_t have = cur.Remaining() < need ? cur.Remaining() : need;
+  if (have) std::memcpy(scratch.data(), cur.Peek(have), have);
+  cur.Skip(need);
+  return scratch.data();
+}
+
 inline BYTE* PutU32(BYTE* p, DWORD v) {
   p[0] = BYTE(v >> 24); p[1] = BYTE(v >> 16); p[2] = BYTE(v >> 8); p[3] = BYTE(v);
   return p + 4;
@@ -192,69 +211,78 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
   }
 
   // Bases.
+  std::vector<BYTE> scratch;
   if (DWORD n = m_Header.bases) {
     CheckCount(n, sizeof(ScfBase), size);
     m_Bases.resize(n);
     std::string letters;
     letters.resize(n);
-    cur.Seek(m_Header.basesOffset);
     if (m_nVersion == 210) {
-      for (DWORD i = 0; i < n; ++i) {
+      const BYTE* p = Block(cur, m_Header.basesOffset, std::size_t(n) * 12, scratch);
+      for (DWORD i = 0; i < n; ++i, p += 12) {
         ScfBase& b = m_Bases[i];
-        b.peakIndex = cur.U32();
-        b.probA = cur.U8();
-        b.probC = cur.U8();
-        b.probG = cur.U8();
-        b.probT = cur.U8();
-        b.base = char(cur.U8());
-        cur.Read(b.spare, 3);
+        b.peakIndex = GetU32(p);
+        b.probA = p[4];
+        b.probC = p[5];
+        b.probG = p[6];
+        b.probT = p[7];
+        b.base = char(p[8]);
+        std::memcpy(b.spare, p + 9, 3);
         letters[i] = b.base;
       }
     } else {
-      // The spare array after the letters is not read.
-      for (DWORD i = 0; i < n; ++i) m_Bases[i].peakIndex = cur.U32();
-      for (DWORD i = 0; i < n; ++i) m_Bases[i].probA = cur.U8();
-      for (DWORD i = 0; i < n; ++i) m_Bases[i].probC = cur.U8();
-      for (DWORD i = 0; i < n; ++i) m_Bases[i].probG = cur.U8();
-      for (DWORD i = 0; i < n; ++i) m_Bases[i].probT = cur.U8();
-      for (DWORD i = 0; i < n; ++i) letters[i] = m_Bases[i].base = char(cur.U8());
+      // Peaks, four probabilities, letters; the spare array after them is not read.
+      const BYTE* p = Block(cur, m_Header.basesOffset, std::size_t(n) * 9, scratch);
+      const BYTE* prob = p + std::size_t(n) * 4;
+      for (DWORD i = 0; i < n; ++i) {
+        ScfBase& b = m_Bases[i];
+        b.peakIndex = GetU32(p + 4 * std::size_t(i));
+        b.probA = prob[i];
+        b.probC = prob[n + i];
+        b.probG = prob[2 * std::size_t(n) + i];
+        b.probT = prob[3 * std::size_t(n) + i];
+        letters[i] = b.base = char(prob[4 * std::size_t(n) + i]);
+      }
     }
     m_strBaseSequence = CString(std::move(letters));
   }
 
-  // Samples: 1 byte per value only when the header says exactly 1, else 2.
+  // Samples: 1 byte per value only when the header says exactly 1, else 2. In 3.00
+  // the four channels are decoded side by side; two running sums undo the two
+  // delta passes, wrapping at the value's width.
   if (DWORD n = m_Header.samples) {
-    bool oneByte = m_Header.sampleSize == 1;
-    CheckCount(n, oneByte ? sizeof(ScfSample1) : sizeof(ScfSample2), size);
-    cur.Seek(m_Header.samplesOffset);
+    const bool oneByte = m_Header.sampleSize == 1;
+    const std::size_t width = oneByte ? 1 : 2;
+    CheckCount(n, 4 * width, size);
+    const BYTE* p = Block(cur, m_Header.samplesOffset, std::size_t(n) * 4 * width, scratch);
     if (oneByte) {
       m_Samples1.resize(n);
       if (m_nVersion == 210) {
-        for (DWORD i = 0; i < n; ++i) cur.Read(&m_Samples1[i], 4);
+        std::memcpy(m_Samples1.data(), p, std::size_t(n) * 4);
       } else {
-        std::vector<BYTE> channel(n);
-        BYTE ScfSample1::*fields[4] = {&ScfSample1::a, &ScfSample1::c, &ScfSample1::g, &ScfSample1::t};
-        for (auto field : fields) {
-          cur.Read(channel.data(), n);
-          DeltaDecode(channel.data(), n);
-          for (DWORD i = 0; i < n; ++i) m_Samples1[i].*field = channel[i];
+        BYTE x[4] = {}, y[4] = {};
+        for (DWORD i = 0; i < n; ++i) {
+          for (std::size_t k = 0; k < 4; ++k) {
+            x[k] = BYTE(x[k] + p[k * n + i]);
+            y[k] = BYTE(y[k] + x[k]);
+          }
+          m_Samples1[i] = {y[0], y[1], y[2], y[3]};
         }
       }
     } else {
       m_Samples2.resize(n);
       if (m_nVersion == 210) {
-        for (DWORD i = 0; i < n; ++i) {
-          WORD v[4];
-          cur.ReadU16Array(v, 4);
-          m_Samples2[i] = {v[0], v[1], v[2], v[3]};
-        }
+        for (DWORD i = 0; i < n; ++i, p += 8)
+          m_Samples2[i] = {GetU16(p), GetU16(p + 2), GetU16(p + 4), GetU16(p + 6)};
       } else {
-        std::vector<WORD> channel(n);
-        WORD ScfSample2::*fields[4] = {&ScfSample2::a, &ScfSample2::c, &ScfSample2::g, &ScfSample2::t};
-        for (auto field : fields) {
-          cur.ReadU16Array(channel.data(), n);
-          DeltaDecode(channel.data(), n);
-          for (DWORD i = 0; i < n; ++i) m_Samples2[i].*field = channel[i];
+        const BYTE* q[4] = {p, p + 2 * std::size_t(n), p + 4 * std::size_t(n), p + 6 * std::size_t(n)};
+        std::uint32_t x[4] = {}, y[4] = {};
+        for (DWORD i = 0; i < n; ++i) {
+          for (std::size_t k = 0; k < 4; ++k) {
+            x[k] += GetU16(q[k] + 2 * std::size_t(i));
+            y[k] += x[k];
+          }
+          m_Samples2[i] = {WORD(y[0]), WORD(y[1]), WORD(y[2]), WORD(y[3])};
         }
       }
     }
@@ -283,8 +311,9 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
   if (DWORD n = m_PrivateHeader.rawDataSize) {
     CheckCount(n, sizeof(ScfRawData), size);
     m_RawData.resize(n);
-    cur.Seek(std::uint64_t(m_Header.privateOffset) + m_PrivateHeader.rawDataOffset);
-    for (DWORD i = 0; i < n; ++i) cur.ReadU16Array(m_RawData[i].v, 4);
+    const BYTE* p =
+        Block(cur, std::uint64_t(m_Header.privateOffset) + m_PrivateHeader.rawDataOffset, std::size_t(n) * 8, scratch);
+    for (DWORD i = 0; i < n; ++i, p += 8) m_RawData[i] = {{GetU16(p), GetU16(p + 2), GetU16(p + 4), GetU16(p + 6)}};
   }
   if (DWORD n = m_PrivateHeader.cvtDataSize) {
     CheckCount(n, sizeof(ScfCvtData), size);
