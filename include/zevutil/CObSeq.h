@@ -199,7 +199,7 @@ class TObSeqMapBase {
   virtual VALUE CloneElement(const VALUE) const { return nullptr; }
   virtual void DeleteElement(VALUE) const = 0;
   // Empties target by Destroy, then sets each non-null value's clone under its key.
-  void CloneMap(TObSeqMapBase* target) const {
+  virtual void CloneMap(TObSeqMapBase* target) const {
     if (!target) return;
     target->Destroy();
     KEY key{};
@@ -239,7 +239,8 @@ class CObSeqWordMap : public TObSeqMapBase<WORD, WORD, CObSeq*> {
   BOOL FindUniqueKey(WORD& key) const;
 };
 
-// Untyped pointers by 16-bit key; a subclass supplies DeleteElement.
+// Untyped pointers by 16-bit key. A subclass that owns its values supplies
+// DeleteElement and calls Destroy in its own destructor when IsLastOwner().
 class CObSeqWordPtrMap : public TObSeqMapBase<WORD, WORD, void*> {
  public:
   using TObSeqMapBase::TObSeqMapBase;
@@ -266,7 +267,7 @@ class CObSeqStringMap : public TObSeqMapBase<CString, const char*, CObSeq*> {
   BOOL FindUniqueKey(CString& key) const;
 };
 
-// Untyped pointers by string key; a subclass supplies DeleteElement.
+// Untyped pointers by string key; owned values as for CObSeqWordPtrMap.
 class CObSeqStringPtrMap : public TObSeqMapBase<CString, const char*, void*> {
  public:
   using TObSeqMapBase::TObSeqMapBase;
