@@ -131,7 +131,7 @@ function(zev_folder_tests folder)
     return()
   endif()
   set(_t zev_${folder}_tests)
-  add_executable(${_t} ${_srcs})
+  add_executable(${_t} ${_srcs} ${CMAKE_CURRENT_SOURCE_DIR}/common/ScratchDir.cpp)
   target_link_libraries(${_t} PRIVATE zevutil GTest::gtest GTest::gmock GTest::gtest_main Threads::Threads)
   target_include_directories(${_t} PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_definitions(${_t} PRIVATE
