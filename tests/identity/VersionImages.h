@@ -1,7 +1,7 @@
 // Test images with version information, built byte by byte: VS_VERSIONINFO trees,
-// PE32 and PE32+ files carrying one as their RT_VERSION resource, and small ELF
-// files carrying our version note. Written independently of the library's reader
-// and writer so that each checks the other.
+// PE32 and PE32+ files carrying one as their RT_VERSION resource, and ELF files
+// carrying our version note. Written apart from the library's reader and writer,
+// so that each checks the other.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -12,63 +12,17 @@ namespace zevtest {
 
 using ByteVec = std::vector<std::uint8_t>;
 
-inline void Put16(ByteVec& b, unsigned v) {
-  b.push_back(std::uint8_t(v));
-  b.push_back(std::uint8_t(v >> 8));
+// Appends a number of n bytes, little- or big-endian.
+inline void Put(ByteVec& b, std::uint64_t v, int n, bool big = false) {
+  for (int i = 0; i < n; ++i) b.push_back(std::uint8_t(v >> (8 * (big ? n - 1 - i : i))));
 }
-inline void Put32(ByteVec& b, std::uint32_t v) {
-  Put16(b, v & 0xFFFF);
-  Put16(b, v >> 16);
+inline void Set(ByteVec& b, std::size_t at, std::uint32_t v, int n) {
+  for (int i = 0; i < n; ++i) b[at + i] = std::uint8_t(v >> (8 * i));
 }
-inline void Put32Big(ByteVec& b, std::uint32_t v) {
-  for (int s = 24; s >= 0; s -= 8) b.push_back(std::uint8_t(v >> s));
-}
-inline void Set32(ByteVec& b, std::size_t at, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + i] = std::uint8_t(v >> (8 * i));
-}
-inline void Set16(ByteVec& b, std::size_t at, unsigned v) {
-  b[at] = std::uint8_t(v);
-  b[at + 1] = std::uint8_t(v >> 8);
-}
-inline void Pad(ByteVec& b, std::size_t align) {
-  while (b.size() % align) b.push_back(0);
-}
-
-// One node of a version tree.
-struct VersionNode {
-  std::string key;
-  unsigned type = 1;  // 1 text, 0 binary
-  ByteVec value;
-  unsigned valueLength = 0;
-  std::vector<VersionNode> children;
-};
-
-inline VersionNode TextNode(const std::string& key, const std::string& text) {
-  VersionNode n{key, 1, {}, unsigned(text.size() + 1), {}};
-  for (unsigned char c : text) Put16(n.value, c);  // ASCII and Latin-1 texts only
-  Put16(n.value, 0);
-  return n;
-}
-
-inline void EncodeNode(const VersionNode& n, ByteVec& out) {
-  Pad(out, 4);
-  std::size_t start = out.size();
-  Put16(out, 0);
-  Put16(out, n.valueLength);
-  Put16(out, n.type);
-  for (unsigned char c : n.key) Put16(out, c);
-  Put16(out, 0);
-  Pad(out, 4);
-  out.insert(out.end(), n.value.begin(), n.value.end());
-  for (const VersionNode& child : n.children) EncodeNode(child, out);
-  Set16(out, start, unsigned(out.size() - start));
-}
+inline void Pad(ByteVec& b, std::size_t align) { b.resize((b.size() + align - 1) / align * align, 0); }
 
 struct VersionSpec {
-  std::uint32_t fileMS = 0x00050001, fileLS = 0x00030000;
-  std::uint32_t productMS = 0x00050001, productLS = 3;
-  std::uint32_t dateMS = 0, dateLS = 0;
-  std::uint32_t signature = 0xFEEF04BD;
+  std::uint32_t productMS = 0x00050001, productLS = 3, dateMS = 0, dateLS = 0, signature = 0xFEEF04BD;
   std::string table = "040904B0";
   std::vector<std::pair<std::string, std::string>> strings;
 };
@@ -79,189 +33,139 @@ inline std::pair<std::uint32_t, std::uint32_t> FileTimeOf(std::int64_t unixSecon
   return {std::uint32_t(ticks >> 32), std::uint32_t(ticks)};
 }
 
+// A node: WORD length, WORD value length, WORD type, UTF-16 key, value and children
+// on 4-byte boundaries. fill writes the value and the children.
+template <class Fill>
+void Node(ByteVec& out, const std::string& key, unsigned valueLength, unsigned type, Fill fill) {
+  Pad(out, 4);
+  std::size_t start = out.size();
+  Put(out, 0, 2);
+  Put(out, valueLength, 2);
+  Put(out, type, 2);
+  for (unsigned char c : key) Put(out, c, 2);
+  Put(out, 0, 2);
+  Pad(out, 4);
+  fill();
+  Set(out, start, std::uint32_t(out.size() - start), 2);
+}
+
 inline ByteVec VersionBlock(const VersionSpec& spec) {
-  VersionNode root{"VS_VERSION_INFO", 0, {}, 52, {}};
-  for (std::uint32_t v : {spec.signature, 0x00010000u, spec.fileMS, spec.fileLS, spec.productMS, spec.productLS,
-                          0x3Fu, 0u, 0x40004u, 1u, 0u, spec.dateMS, spec.dateLS})
-    Put32(root.value, v);
-  VersionNode table{spec.table, 1, {}, 0, {}};
-  for (const auto& [k, v] : spec.strings) table.children.push_back(TextNode(k, v));
-  root.children.push_back(VersionNode{"StringFileInfo", 1, {}, 0, {table}});
-  VersionNode translation{"Translation", 0, {}, 4, {}};
-  Put32(translation.value, 0x04B00409);
-  root.children.push_back(VersionNode{"VarFileInfo", 1, {}, 0, {translation}});
   ByteVec out;
-  EncodeNode(root, out);
+  Node(out, "VS_VERSION_INFO", 52, 0, [&] {
+    for (std::uint32_t v : {spec.signature, 0x00010000u, spec.productMS, spec.productLS, spec.productMS,
+                            spec.productLS, 0x3Fu, 0u, 0x40004u, 1u, 0u, spec.dateMS, spec.dateLS})
+      Put(out, v, 4);
+    Node(out, "StringFileInfo", 0, 1, [&] {
+      Node(out, spec.table, 0, 1, [&] {
+        for (const auto& [key, text] : spec.strings)
+          Node(out, key, unsigned(text.size() + 1), 1, [&] {
+            for (unsigned char c : text + '\0') Put(out, c, 2);  // ASCII and Latin-1 texts
+          });
+      });
+    });
+    Node(out, "VarFileInfo", 0, 1, [&] { Node(out, "Translation", 4, 0, [&] { Put(out, 0x04B00409, 4); }); });
+  });
   return out;
 }
 
-// A PE file (PE32, or PE32+ when plus) with one ".rsrc" section. With a block it
-// holds RT_VERSION / 1 / 0x409 -> block; without, an empty resource directory.
+// A PE file with one ".rsrc" section: RT_VERSION / 1 / 0x409 -> block, or, with no
+// block, an empty resource directory (or none at all).
 inline ByteVec PeImage(const ByteVec& block, bool plus, bool withResourceDirectory = true) {
-  const std::uint32_t sectionRva = 0x1000, rawAt = 0x200;
+  const std::uint32_t rva = 0x1000, rawAt = 0x200;
   ByteVec rsrc;
   if (!block.empty()) {
     // Root, type and name directories of one entry each, a data entry, the data.
-    auto directory = [&](std::uint32_t id, std::uint32_t offset) {
-      for (int i = 0; i < 3; ++i) Put32(rsrc, 0);
-      Put16(rsrc, 0);
-      Put16(rsrc, 1);
-      Put32(rsrc, id);
-      Put32(rsrc, offset);
-    };
-    directory(16, 0x80000000u | 0x18);
-    directory(1, 0x80000000u | 0x30);
-    directory(0x409, 0x48);
-    Put32(rsrc, sectionRva + 0x58);
-    Put32(rsrc, std::uint32_t(block.size()));
-    Put32(rsrc, 0);
-    Put32(rsrc, 0);
+    const std::uint32_t entries[3][2] = {{16, 0x80000018u}, {1, 0x80000030u}, {0x409, 0x48}};
+    for (const auto& e : entries) {
+      Put(rsrc, 0, 12);
+      Put(rsrc, 0x00010000, 4);  // no named entries, one numbered
+      Put(rsrc, e[0], 4);
+      Put(rsrc, e[1], 4);
+    }
+    Put(rsrc, rva + 0x58, 4);
+    Put(rsrc, block.size(), 4);
+    Put(rsrc, 0, 8);
     rsrc.insert(rsrc.end(), block.begin(), block.end());
   } else {
-    for (int i = 0; i < 4; ++i) Put32(rsrc, 0);
+    Put(rsrc, 0, 16);
   }
   const std::uint32_t virtualSize = std::uint32_t(rsrc.size());
   Pad(rsrc, 0x200);
-
   ByteVec b(0x40, 0);
   b[0] = 'M';
   b[1] = 'Z';
-  Set32(b, 0x3C, 0x40);
-  Put32(b, 0x00004550);
-  Put16(b, plus ? 0x8664 : 0x14C);
-  Put16(b, 1);  // sections
-  Put32(b, 0);
-  Put32(b, 0);
-  Put32(b, 0);
+  Set(b, 0x3C, 0x40, 4);
   const unsigned optionalSize = plus ? 240 : 224;
-  Put16(b, optionalSize);
-  Put16(b, 0x2102);
-  std::size_t optional = b.size();
+  for (auto [v, n] : {std::pair<std::uint64_t, int>{0x4550, 4}, {plus ? 0x8664 : 0x14C, 2}, {1, 2}, {0, 12},
+                      {optionalSize, 2}, {0x2102, 2}})
+    Put(b, v, n);
+  const std::size_t optional = b.size();
   b.resize(optional + optionalSize, 0);
-  Set16(b, optional, plus ? 0x20B : 0x10B);
-  std::size_t count = optional + (plus ? 108 : 92), dirs = optional + (plus ? 112 : 96);
-  Set32(b, optional + 32, 0x1000);  // section alignment
-  Set32(b, optional + 36, 0x200);   // file alignment
-  Set32(b, optional + 56, sectionRva + ((virtualSize + 0xFFF) & ~0xFFFu));  // size of image
-  Set32(b, optional + 60, rawAt);   // size of headers
-  Set16(b, optional + 68, 2);       // subsystem
-  Set32(b, count, 16);
+  Set(b, optional, plus ? 0x20B : 0x10B, 2);
+  Set(b, optional + 32, 0x1000, 4);  // section alignment
+  Set(b, optional + 36, 0x200, 4);   // file alignment
+  Set(b, optional + 56, rva + 0x1000, 4);
+  Set(b, optional + 60, rawAt, 4);
+  Set(b, optional + 68, 2, 2);
+  const std::size_t dirs = optional + (plus ? 112 : 96);
+  Set(b, dirs - 4, 16, 4);  // number of directories
   if (withResourceDirectory) {
-    Set32(b, dirs + 16, sectionRva);
-    Set32(b, dirs + 20, virtualSize);
+    Set(b, dirs + 16, rva, 4);
+    Set(b, dirs + 20, virtualSize, 4);
   }
-  const char name[8] = {'.', 'r', 's', 'r', 'c', 0, 0, 0};
-  b.insert(b.end(), name, name + 8);
-  Put32(b, virtualSize);
-  Put32(b, sectionRva);
-  Put32(b, std::uint32_t(rsrc.size()));
-  Put32(b, rawAt);
-  for (int i = 0; i < 3; ++i) Put32(b, 0);
-  Put32(b, 0x40000040);
+  for (char c : std::string(".rsrc\0\0\0", 8)) b.push_back(std::uint8_t(c));
+  for (std::uint32_t v : {virtualSize, rva, std::uint32_t(rsrc.size()), rawAt, 0u, 0u, 0u, 0x40000040u}) Put(b, v, 4);
   b.resize(rawAt, 0);
   b.insert(b.end(), rsrc.begin(), rsrc.end());
   return b;
 }
 
-// The descriptor of our version note: format 1, six words, then key/value texts.
-inline ByteVec NoteDescriptor(const VersionSpec& spec, bool big) {
-  ByteVec d;
-  auto put = [&](std::uint32_t v) { big ? Put32Big(d, v) : Put32(d, v); };
-  for (std::uint32_t v : {1u, spec.fileMS, spec.fileLS, spec.productMS, spec.productLS, spec.dateMS, spec.dateLS})
-    put(v);
-  for (const auto& [k, v] : spec.strings) {
-    d.insert(d.end(), k.begin(), k.end());
-    d.push_back(0);
-    d.insert(d.end(), v.begin(), v.end());
-    d.push_back(0);
-  }
-  Pad(d, 4);
-  return d;
-}
-
-// An ELF file with the note: a 64-bit little-endian one with a note section (and
-// no program headers), or a 32-bit big-endian one with a note segment only.
-inline ByteVec ElfImage(const VersionSpec& spec, bool wide, bool big, std::uint32_t noteType = 1,
+// An ELF file with the note: 64-bit ones (little-endian here) have a note section
+// and no program headers, 32-bit ones (big-endian here) a note segment only.
+inline ByteVec ElfImage(const VersionSpec& spec, bool wide, bool big, std::uint32_t type = 1,
                         const std::string& owner = "ZevUtil") {
-  auto put16 = [&](ByteVec& b, unsigned v) {
-    if (big) {
-      b.push_back(std::uint8_t(v >> 8));
-      b.push_back(std::uint8_t(v));
-    } else {
-      Put16(b, v);
-    }
-  };
-  auto put32 = [&](ByteVec& b, std::uint32_t v) { big ? Put32Big(b, v) : Put32(b, v); };
-  auto put64 = [&](ByteVec& b, std::uint64_t v) {
-    if (big) {
-      put32(b, std::uint32_t(v >> 32));
-      put32(b, std::uint32_t(v));
-    } else {
-      put32(b, std::uint32_t(v));
-      put32(b, std::uint32_t(v >> 32));
-    }
-  };
+  ByteVec desc;
+  for (std::uint32_t v : {1u, spec.productMS, spec.productLS, spec.productMS, spec.productLS, spec.dateMS,
+                          spec.dateLS})
+    Put(desc, v, 4, big);
+  for (const auto& [k, v] : spec.strings) {
+    std::string pair = k + '\0' + v + '\0';
+    desc.insert(desc.end(), pair.begin(), pair.end());
+  }
+  Pad(desc, 4);
   ByteVec note;
-  put32(note, std::uint32_t(owner.size() + 1));
-  ByteVec desc = NoteDescriptor(spec, big);
-  put32(note, std::uint32_t(desc.size()));
-  put32(note, noteType);
+  for (std::uint32_t v : {std::uint32_t(owner.size() + 1), std::uint32_t(desc.size()), type}) Put(note, v, 4, big);
   note.insert(note.end(), owner.begin(), owner.end());
   note.push_back(0);
   Pad(note, 4);
   note.insert(note.end(), desc.begin(), desc.end());
 
-  ByteVec b = {0x7F, 'E', 'L', 'F', std::uint8_t(wide ? 2 : 1), std::uint8_t(big ? 2 : 1), 1, 0};
+  ByteVec b = {0x7F, 'E', 'L', 'F', std::uint8_t(wide ? 2 : 1), std::uint8_t(big ? 2 : 1), 1};
   b.resize(16, 0);
-  put16(b, 3);  // shared object
-  put16(b, wide ? 62 : 20);
-  put32(b, 1);
-  const std::size_t headerSize = wide ? 64 : 52;
+  Put(b, 3, 2, big);
+  Put(b, wide ? 62 : 20, 2, big);
+  Put(b, 1, 4, big);
+  const int word = wide ? 8 : 4;
+  const std::uint64_t header = wide ? 64 : 52, sectionTable = header + note.size();
+  Put(b, 0, word, big);                               // entry
+  Put(b, wide ? 0 : header, word, big);               // program headers
+  Put(b, wide ? sectionTable : 0, word, big);         // section headers
+  Put(b, 0, 4, big);                                  // flags
+  for (unsigned v : {unsigned(header), wide ? 56u : 32u, wide ? 0u : 1u, wide ? 64u : 40u, wide ? 2u : 0u, 0u})
+    Put(b, v, 2, big);
   if (wide) {
-    // Note at 64, the section table (null section + note section) behind it.
-    const std::uint64_t noteAt = headerSize, shoff = headerSize + note.size();
-    put64(b, 0);       // entry
-    put64(b, 0);       // phoff
-    put64(b, shoff);   // shoff
-    put32(b, 0);       // flags
-    put16(b, unsigned(headerSize));
-    put16(b, 56);
-    put16(b, 0);       // phnum
-    put16(b, 64);      // shentsize
-    put16(b, 2);       // shnum
-    put16(b, 0);       // shstrndx
     b.insert(b.end(), note.begin(), note.end());
-    b.resize(b.size() + 64, 0);  // null section
-    put32(b, 0);
-    put32(b, 7);  // SHT_NOTE
-    put64(b, 2);
-    put64(b, 0);
-    put64(b, noteAt);
-    put64(b, note.size());
-    put32(b, 0);
-    put32(b, 0);
-    put64(b, 4);
-    put64(b, 0);
+    b.resize(b.size() + 64, 0);  // the null section, then the note section
+    Put(b, 0, 4, big);
+    Put(b, 7, 4, big);  // SHT_NOTE
+    for (std::uint64_t v : {std::uint64_t(2), std::uint64_t(0), header, std::uint64_t(note.size())}) Put(b, v, 8, big);
+    Put(b, 0, 8, big);
+    Put(b, 4, 8, big);
+    Put(b, 0, 8, big);
   } else {
-    const std::uint32_t phoff = std::uint32_t(headerSize), noteAt = phoff + 32;
-    put32(b, 0);      // entry
-    put32(b, phoff);  // phoff
-    put32(b, 0);      // shoff
-    put32(b, 0);      // flags
-    put16(b, unsigned(headerSize));
-    put16(b, 32);     // phentsize
-    put16(b, 1);      // phnum
-    put16(b, 40);     // shentsize
-    put16(b, 0);      // shnum
-    put16(b, 0);
-    put32(b, 4);      // PT_NOTE
-    put32(b, noteAt);
-    put32(b, 0);
-    put32(b, 0);
-    put32(b, std::uint32_t(note.size()));
-    put32(b, std::uint32_t(note.size()));
-    put32(b, 4);
-    put32(b, 4);
+    const std::uint32_t at = std::uint32_t(header) + 32;
+    for (std::uint32_t v : {4u, at, 0u, 0u, std::uint32_t(note.size()), std::uint32_t(note.size()), 4u, 4u})
+      Put(b, v, 4, big);  // PT_NOTE
     b.insert(b.end(), note.begin(), note.end());
   }
   return b;
