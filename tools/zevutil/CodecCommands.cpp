@@ -151,7 +151,10 @@ void AddCodecCommands(CLI::App& app) {
   grep->add_flag("-o,--only-matching", o->onlyMatch, "print only the matched text (or its replacement)");
   grep->add_flag("-r,--last", o->last, "use the last match in each line, found by bisection from the end");
   grep->add_option("--replace", o->replacement,
-                   "print the line with the match replaced by TEMPLATE: & is the match, \\1..\\9 a group");
+                   "print the line with the match replaced by TEMPLATE: & is the match, \\1..\\9 a group, "
+                   "\\\\ a backslash, \\& an ampersand (with -r, the groups are those of a search of the "
+                   "last match alone)")
+      ->type_name("TEMPLATE");
   grep->callback([o, grep] {
     o->replace = grep->count("--replace") > 0;
     RunGrep(*o);
