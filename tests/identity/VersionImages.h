@@ -12,9 +12,12 @@ namespace zevtest {
 
 using ByteVec = std::vector<std::uint8_t>;
 
-// Appends a number of n bytes, little- or big-endian.
+// Appends a number as n bytes, little- or big-endian (zeros beyond its 8 bytes).
 inline void Put(ByteVec& b, std::uint64_t v, int n, bool big = false) {
-  for (int i = 0; i < n; ++i) b.push_back(std::uint8_t(v >> (8 * (big ? n - 1 - i : i))));
+  for (int i = 0; i < n; ++i) {
+    int shift = 8 * (big ? n - 1 - i : i);
+    b.push_back(shift < 64 ? std::uint8_t(v >> shift) : 0);
+  }
 }
 inline void Set(ByteVec& b, std::size_t at, std::uint32_t v, int n) {
   for (int i = 0; i < n; ++i) b[at + i] = std::uint8_t(v >> (8 * i));
