@@ -7,7 +7,7 @@ JOBS ?= $(shell nproc)
 # Packages every build needs, and those the tests use as peers.
 BUILD_PKGS := cmake ninja-build g++ pkg-config ccache tzdata libgtest-dev libgmock-dev libsqlite3-dev \
               libcli11-dev nlohmann-json3-dev zlib1g-dev
-PEER_PKGS := staden-io-lib-utils python3-biopython
+PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile
 BENCH_PKGS := libbenchmark-dev libstaden-read-dev
 FUZZ_PKGS := clang libclang-rt-14-dev
 
