@@ -176,6 +176,7 @@ int CSampleIDList::GetNodeLevel(POSITION pos) {
   auto* sample = dynamic_cast<CSampleID*>(element);
   if (element->ObType != OBSEQ_SAMPLE || !sample) return CObSeqIDList::GetNodeLevel(pos);
   if (sample->ObAttrFlags & OBATTR_NODELEVEL) return sample->ObToken & 0xFF;
+  // kept: the first look marks the sample, so every later look reads the token's low byte
   sample->ObAttrFlags |= OBATTR_NODELEVEL;
   POSITION next = pos;
   GetNext(next);

@@ -19,18 +19,18 @@
 
 using namespace zev;
 using zevtest::ByteVec;
-using zevtest::VersionSpec;
+using zevtest::VersionFields;
 
 namespace {
 
-VersionSpec SuiteSpec() {
-  VersionSpec spec;
-  std::tie(spec.dateMS, spec.dateLS) = zevtest::FileTimeOf(1079100000);  // 2004-03-12 14:00:00 UTC
-  spec.strings = {{"CompanyName", "Halvorn Ostrava, Inc."},
+VersionFields SuiteFields() {
+  VersionFields fields;
+  std::tie(fields.dateMS, fields.dateLS) = zevtest::FileTimeOf(1079100000);  // 2004-03-12 14:00:00 UTC
+  fields.strings = {{"CompanyName", "Halvorn Ostrava, Inc."},
                   {"ProductName", "SeqSuite"},
                   {"SpecialBuild", "beta 2"},
                   {"LegalCopyright", "Copyright (C) 1998-2004 Halvorn Ostrava, Inc."}};
-  return spec;
+  return fields;
 }
 
 std::string WriteFile(const zevtest::ScratchDir& dir, const ByteVec& bytes) {
@@ -107,13 +107,13 @@ TEST(CZevVersionID, FirmwareVersionNumber) {
 TEST(CZevVersionIDFile, ReadsPeVersionResources) {
   zevtest::ScopedTimeZone tz("UTC");
   zevtest::ScratchDir dir;
-  auto with = [](std::function<void(VersionSpec&)> change, bool plus = false) {
-    VersionSpec spec = SuiteSpec();
-    change(spec);
-    return zevtest::PeImage(zevtest::VersionBlock(spec), plus);
+  auto with = [](std::function<void(VersionFields&)> change, bool plus = false) {
+    VersionFields fields = SuiteFields();
+    change(fields);
+    return zevtest::PeImage(zevtest::VersionBlock(fields), plus);
   };
   auto setString = [](const std::string& key, const char* text) {
-    return [=](VersionSpec& s) {
+    return [=](VersionFields& s) {
       std::erase_if(s.strings, [&](const auto& kv) { return kv.first == key; });
       if (text) s.strings.emplace_back(key, text);
     };
@@ -126,8 +126,8 @@ TEST(CZevVersionIDFile, ReadsPeVersionResources) {
     int year;
   };
   const Case cases[] = {
-      {"PE32", with([](VersionSpec&) {}), 1, "SeqSuite Version 5.1.3 beta 2", 2004},
-      {"PE32+", with([](VersionSpec&) {}, true), 1, "SeqSuite Version 5.1.3 beta 2", 2004},
+      {"PE32", with([](VersionFields&) {}), 1, "SeqSuite Version 5.1.3 beta 2", 2004},
+      {"PE32+", with([](VersionFields&) {}, true), 1, "SeqSuite Version 5.1.3 beta 2", 2004},
       {"no special build", with(setString("SpecialBuild", nullptr)), 1, "SeqSuite Version 5.1.3 ", 2004},
       {"no product name", with(setString("ProductName", nullptr)), 0, " Version 5.1.3 beta 2", 2004},
       {"no copyright", with(setString("LegalCopyright", nullptr)), 0, "SeqSuite Version 5.1.3 beta 2", -1},
@@ -136,10 +136,10 @@ TEST(CZevVersionIDFile, ReadsPeVersionResources) {
       {"year at the end", with(setString("LegalCopyright", "Copyright 2003-2005")), 1,
        "SeqSuite Version 5.1.3 beta 2", -1},
       {"keys in other case",
-       with([&](VersionSpec& s) { setString("ProductName", nullptr)(s), setString("PRODUCTNAME", "SeqSuite")(s); }), 1,
+       with([&](VersionFields& s) { setString("ProductName", nullptr)(s), setString("PRODUCTNAME", "SeqSuite")(s); }), 1,
        "SeqSuite Version 5.1.3 beta 2", 2004},
-      {"another string table", with([](VersionSpec& s) { s.table = "040904E4"; }), 0, " Version 5.1.3 ", -1},
-      {"no fixed information", with([](VersionSpec& s) { s.signature = 0; }), 0, "SeqSuite Version 0.0.0 beta 2",
+      {"another string table", with([](VersionFields& s) { s.table = "040904E4"; }), 0, " Version 5.1.3 ", -1},
+      {"no fixed information", with([](VersionFields& s) { s.signature = 0; }), 0, "SeqSuite Version 0.0.0 beta 2",
        2004},
   };
   for (const Case& c : cases) {
@@ -165,8 +165,8 @@ TEST(CZevVersionIDFile, FilesWithoutVersionLeaveTheIdentifierAlone) {
                             ByteVec(200, 'x'),
                             zevtest::PeImage({}, false, false),
                             zevtest::PeImage({}, false, true),
-                            zevtest::ElfImage(SuiteSpec(), true, false, 1, "GNU"),
-                            zevtest::ElfImage(SuiteSpec(), true, false, 2)};
+                            zevtest::ElfImage(SuiteFields(), true, false, 1, "GNU"),
+                            zevtest::ElfImage(SuiteFields(), true, false, 2)};
   for (const ByteVec& image : images) {
     SCOPED_TRACE(image.size());
     std::string path = WriteFile(dir, image);
@@ -184,7 +184,7 @@ TEST(CZevVersionIDFile, FilesWithoutVersionLeaveTheIdentifierAlone) {
 TEST(CZevVersionIDFile, ReadsElfNotesOursIncluded) {
   zevtest::ScopedTimeZone tz("UTC");
   zevtest::ScratchDir dir;
-  VersionSpec latin = SuiteSpec();
+  VersionFields latin = SuiteFields();
   latin.strings[3].second = "\xA9 1998-2004 Halvorn";  // code page 1252 survives the trip through UTF-16
   for (bool wide : {true, false}) {
     SCOPED_TRACE(wide ? "64-bit little-endian section" : "32-bit big-endian segment");
@@ -221,8 +221,8 @@ TEST(CZevVersionIDFile, HostileImagesGiveNoVersion) {
   // A prefix keeps the version only when it holds the whole block (a PE's section
   // padding may go), or for ELF the note and the part of its section header that
   // says where the note is (the last 24 bytes may go). Changed bytes read safely.
-  const ByteVec block = zevtest::VersionBlock(SuiteSpec());
-  const ByteVec elf64 = zevtest::ElfImage(SuiteSpec(), true, false), elf32 = zevtest::ElfImage(SuiteSpec(), false, true);
+  const ByteVec block = zevtest::VersionBlock(SuiteFields());
+  const ByteVec elf64 = zevtest::ElfImage(SuiteFields(), true, false), elf32 = zevtest::ElfImage(SuiteFields(), false, true);
   const std::pair<ByteVec, std::size_t> cases[] = {{zevtest::PeImage(block, false), 0x258 + block.size()},
                                                    {zevtest::PeImage(block, true), 0x258 + block.size()},
                                                    {elf64, elf64.size() - 24},
@@ -267,10 +267,10 @@ TEST(CZevVersionIDFile, PeerReadsOurPeFixtures) {
                            "    print(st.LangID.decode())\n"
                            "    for k, v in sorted(st.entries.items()): print(k.decode() + '=' + v.decode())\n";
   char fixed[64];
-  std::snprintf(fixed, sizeof fixed, "00050001 00000003 %08x\n", SuiteSpec().dateLS);
+  std::snprintf(fixed, sizeof fixed, "00050001 00000003 %08x\n", SuiteFields().dateLS);
   for (bool plus : {false, true}) {
     SCOPED_TRACE(plus ? "PE32+" : "PE32");
-    std::string path = WriteFile(dir, zevtest::PeImage(zevtest::VersionBlock(SuiteSpec()), plus));
+    std::string path = WriteFile(dir, zevtest::PeImage(zevtest::VersionBlock(SuiteFields()), plus));
     FILE* p = popen(("/usr/bin/python3 " + script + " " + path).c_str(), "r");
     ASSERT_NE(p, nullptr);
     std::string out;

@@ -24,7 +24,7 @@ inline void Set(ByteVec& b, std::size_t at, std::uint32_t v, int n) {
 }
 inline void Pad(ByteVec& b, std::size_t align) { b.resize((b.size() + align - 1) / align * align, 0); }
 
-struct VersionSpec {
+struct VersionFields {
   std::uint32_t productMS = 0x00050001, productLS = 3, dateMS = 0, dateLS = 0, signature = 0xFEEF04BD;
   std::string table = "040904B0";
   std::vector<std::pair<std::string, std::string>> strings;
@@ -52,15 +52,15 @@ void Node(ByteVec& out, const std::string& key, unsigned valueLength, unsigned t
   Set(out, start, std::uint32_t(out.size() - start), 2);
 }
 
-inline ByteVec VersionBlock(const VersionSpec& spec) {
+inline ByteVec VersionBlock(const VersionFields& fields) {
   ByteVec out;
   Node(out, "VS_VERSION_INFO", 52, 0, [&] {
-    for (std::uint32_t v : {spec.signature, 0x00010000u, spec.productMS, spec.productLS, spec.productMS,
-                            spec.productLS, 0x3Fu, 0u, 0x40004u, 1u, 0u, spec.dateMS, spec.dateLS})
+    for (std::uint32_t v : {fields.signature, 0x00010000u, fields.productMS, fields.productLS, fields.productMS,
+                            fields.productLS, 0x3Fu, 0u, 0x40004u, 1u, 0u, fields.dateMS, fields.dateLS})
       Put(out, v, 4);
     Node(out, "StringFileInfo", 0, 1, [&] {
-      Node(out, spec.table, 0, 1, [&] {
-        for (const auto& [key, text] : spec.strings)
+      Node(out, fields.table, 0, 1, [&] {
+        for (const auto& [key, text] : fields.strings)
           Node(out, key, unsigned(text.size() + 1), 1, [&] {
             for (unsigned char c : text + '\0') Put(out, c, 2);  // ASCII and Latin-1 texts
           });
@@ -125,13 +125,13 @@ inline ByteVec PeImage(const ByteVec& block, bool plus, bool withResourceDirecto
 
 // An ELF file with the note: 64-bit ones (little-endian here) have a note section
 // and no program headers, 32-bit ones (big-endian here) a note segment only.
-inline ByteVec ElfImage(const VersionSpec& spec, bool wide, bool big, std::uint32_t type = 1,
+inline ByteVec ElfImage(const VersionFields& fields, bool wide, bool big, std::uint32_t type = 1,
                         const std::string& owner = "ZevUtil") {
   ByteVec desc;
-  for (std::uint32_t v : {1u, spec.productMS, spec.productLS, spec.productMS, spec.productLS, spec.dateMS,
-                          spec.dateLS})
+  for (std::uint32_t v : {1u, fields.productMS, fields.productLS, fields.productMS, fields.productLS, fields.dateMS,
+                          fields.dateLS})
     Put(desc, v, 4, big);
-  for (const auto& [k, v] : spec.strings) {
+  for (const auto& [k, v] : fields.strings) {
     std::string pair = k + '\0' + v + '\0';
     desc.insert(desc.end(), pair.begin(), pair.end());
   }
