@@ -388,7 +388,10 @@ class CSampleID : public CSampleResultID {
   // SampleData the result part with ObType 10001.
   CSampleID& operator=(const CSequenceResultID& result);
 
-  // Samples sort by the type of their result from high to low: see the source.
+  // Against a non-result, the CObSeqID ordering. Against another result kind,
+  // ResultType against its number, reversed (a higher type sorts first). Against a
+  // sample: differing SampleData decide; a sample whose SampleData carries its own
+  // name sorts first; then ResultType, reversed; then the result keys.
   bool operator>=(const CObSeqID& other) const override;
   bool operator>(const CObSeqID& other) const override;
   bool operator<=(const CObSeqID& other) const override;
