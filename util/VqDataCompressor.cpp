@@ -208,7 +208,7 @@ inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLen
       const int nodeByte = text[p + 1];
       if (nodeByte != key[1]) {
         side = key[1] > nodeByte;
-        q = int((children >> (side * 16)) & 0xFFFF);
+        q = __builtin_expect_with_probability(side, 1, 0.5) ? int(children >> 16) : int(children & 0xFFFF);
         position = length < 1 ? p : position;
         length = length < 1 ? 1 : length;
         continue;
@@ -234,7 +234,7 @@ inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLen
         break;
       }
     }
-    q = int((children >> (side * 16)) & 0xFFFF);
+    q = __builtin_expect_with_probability(side, 1, 0.5) ? int(children >> 16) : int(children & 0xFFFF);
     const bool longer = i > length;
     position = longer ? p : position;
     length = longer ? i : length;
