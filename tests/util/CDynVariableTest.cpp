@@ -30,10 +30,11 @@ TEST(CDynVariable, TypedReadsFollowTheTypeConversionsReadTheText) {
     SCOPED_TRACE(c.name);
     const CDynVariable& v = c.var;
     EXPECT_EQ(v.GetType(), c.type);
-    if (c.text)
+    if (c.text) {
       EXPECT_STREQ(static_cast<const char*>(v), c.text);
-    else
+    } else {
       EXPECT_EQ(static_cast<const char*>(v), nullptr);
+    }
     EXPECT_EQ(int(v), c.asInt);
     EXPECT_DOUBLE_EQ(double(v), c.asDouble);
 
