@@ -200,7 +200,7 @@ void CString::ReleaseBuffer(int newLength) {
   m_str.resize(size_t(std::min(newLength, GetLength())));
 }
 
-// Rewrites one conversion spec of the old platform's printf into the host's:
+// Rewrites one conversion of the old platform's printf format into the host's:
 // 'l' before an integer conversion means 32-bit, I64 means 64-bit, I means pointer-sized.
 static std::string TranslateFormat(const char* fmt) {
   std::string out;
