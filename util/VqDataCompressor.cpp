@@ -162,6 +162,43 @@ struct Tree {
   Link* dad;
 };
 
+// c ? x : y without a branch, for conditions that are coin tosses a branch would
+// mispredict. On x86-64 a conditional move is pinned down: the compiler turns some of
+// these into branches, and the masking form costs four instructions for one.
+inline int Select(bool c, int x, int y) {
+#if defined(__x86_64__) && defined(__GNUC__)
+  asm("test %[c], %[c]\n\tcmovne %[x], %[y]" : [y] "+r"(y) : [c] "r"(c), [x] "r"(x) : "cc");
+  return y;
+#else
+  return y ^ ((x ^ y) & -int(c));
+#endif
+}
+
+// The child of a node on the key's side when key and node part at this byte: right when
+// the key's byte is greater.
+inline int PickChild(std::uint32_t children, int keyByte, int nodeByte) {
+#if defined(__x86_64__) && defined(__GNUC__)
+  int child = int(children & 0xFFFF);
+  asm("cmpl %[n], %[k]\n\tcmova %[hi], %[lo]"
+      : [lo] "+r"(child)
+      : [k] "r"(keyByte), [n] "r"(nodeByte), [hi] "r"(int(children >> 16))
+      : "cc");
+  return child;
+#else
+  return keyByte > nodeByte ? int(children >> 16) : int(children & 0xFFFF);
+#endif
+}
+
+// q, or p when q is NIL: a descent or walk that has reached its end stays where it is.
+inline int StayAtEnd(int q, int p) {
+#if defined(__x86_64__) && defined(__GNUC__)
+  asm("cmpl %[nil], %[q]\n\tcmove %[p], %[q]" : [q] "+r"(q) : [p] "r"(p), [nil] "i"(CLZSS_Compressor::NIL) : "cc");
+  return q;
+#else
+  return q == CLZSS_Compressor::NIL ? p : q;
+#endif
+}
+
 // Both children of a node in one load: left in the low half, right in the high half.
 inline std::uint32_t LoadChildren(const Link (*kids)[2], int node) {
   if constexpr (std::endian::native == std::endian::little) {
@@ -173,75 +210,71 @@ inline std::uint32_t LoadChildren(const Link (*kids)[2], int node) {
   }
 }
 
-// kByteFirst settles strings that part at the first byte with a branch of their own: a
-// win on incompressible data, where nearly all do and the branch is predictable, and a
-// loss on text, where it is a coin toss. Both variants build the same tree.
-template <bool kByteFirst>
-inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLength) {
-  constexpr int NIL = CLZSS_Compressor::NIL;
-  const unsigned char* const text = t.text;
-  Link (*const kids)[2] = t.kids;
-  Link* const dad = t.dad;
-  const unsigned char* key = &text[r];
-  int p = kRingSize + 1 + key[0];
-  kids[r][0] = kids[r][1] = NIL;
-  int length = 0;
-  int position = matchPosition;
+// One descent through a tree: where it stands, the best match seen so far, and the key.
+struct Descent {
+  int p;         // the node reached
+  int q;         // its child on the key's side: the next node, or NIL
+  int side;      // which child q is
+  int length;    // the longest match met on the way
+  int position;  // where it starts
+  const unsigned char* key;
+  std::uint64_t key1;  // key bytes 1 to 8, most significant first
+};
+
+inline void BeginDescent(const Tree& t, int r, Descent& d) {
+  d.key = &t.text[r];
+  d.p = kRingSize + 1 + d.key[0];
+  t.kids[r][0] = t.kids[r][1] = CLZSS_Compressor::NIL;
+  d.side = 1;  // the roots use only right links
+  d.q = t.kids[d.p][1];
+  d.length = 0;
+  d.position = 0;
   // Eight key bytes at a time, most significant first, so that one unsigned comparison
   // orders two strings by their first differing byte, as the byte-wise compare does.
-  const std::uint64_t key1 = LoadBigEndian64(key + 1);
-  int side = 1;  // the roots use only right links
-  int q = kids[p][1];
-  for (;;) {
-    if (q == NIL) {
-      kids[p][side] = Link(r);
-      dad[r] = Link(p);
-      matchLength = length;
-      matchPosition = position;
-      return;
-    }
-    p = q;
-    // The children are fetched while the keys are compared; the comparison then only
-    // picks one, and nothing waits on a branch whose direction is a coin toss.
-    const std::uint32_t children = LoadChildren(kids, p);
-    if constexpr (kByteFirst) {
-      const int nodeByte = text[p + 1];
-      if (nodeByte != key[1]) {
-        side = key[1] > nodeByte;
-        q = __builtin_expect_with_probability(side, 1, 0.5) ? int(children >> 16) : int(children & 0xFFFF);
-        position = length < 1 ? p : position;
-        length = length < 1 ? 1 : length;
-        continue;
-      }
-    }
-    const std::uint64_t node1 = LoadBigEndian64(&text[p + 1]);
-    int i;
-    if (key1 != node1) {
-      i = 1 + (std::countl_zero(key1 ^ node1) >> 3);
-      side = key1 > node1;
+  d.key1 = LoadBigEndian64(d.key + 1);
+}
+
+// Moves one node down. Returns false when that node holds the whole key (F bytes).
+inline bool StepDown(const Tree& t, Descent& d) {
+  const unsigned char* const text = t.text;
+  const int p = d.q;
+  d.p = p;
+  // The children are fetched while the keys are compared; the comparison then only
+  // picks one, and nothing waits on a branch whose direction is a coin toss.
+  const std::uint32_t children = LoadChildren(t.kids, p);
+  const std::uint64_t node1 = LoadBigEndian64(&text[p + 1]);
+  int i;
+  int side;
+  if (d.key1 != node1) {
+    i = 1 + (std::countl_zero(d.key1 ^ node1) >> 3);
+    side = d.key1 > node1;
+  } else {
+    const std::uint64_t key2 = LoadBigEndian64(d.key + 9);
+    const std::uint64_t node2 = LoadBigEndian64(&text[p + 9]);
+    if (key2 != node2) {
+      i = 9 + (std::countl_zero(key2 ^ node2) >> 3);
+      side = key2 > node2;
+    } else if (d.key[17] != text[p + 17]) {
+      i = 17;
+      side = d.key[17] > text[p + 17];
     } else {
-      const std::uint64_t key2 = LoadBigEndian64(key + 9);
-      const std::uint64_t node2 = LoadBigEndian64(&text[p + 9]);
-      if (key2 != node2) {
-        i = 9 + (std::countl_zero(key2 ^ node2) >> 3);
-        side = key2 > node2;
-      } else if (key[17] != text[p + 17]) {
-        i = 17;
-        side = key[17] > text[p + 17];
-      } else {
-        position = p;
-        length = kLookAhead;
-        break;
-      }
+      d.position = p;
+      d.length = kLookAhead;
+      return false;
     }
-    q = __builtin_expect_with_probability(side, 1, 0.5) ? int(children >> 16) : int(children & 0xFFFF);
-    const bool longer = i > length;
-    position = longer ? p : position;
-    length = longer ? i : length;
   }
-  matchLength = length;
-  matchPosition = position;
-  // An equal string is present: r takes over p's place, which drops the older copy.
+  d.side = side;
+  d.q = __builtin_expect_with_probability(side, 1, 0.5) ? int(children >> 16) : int(children & 0xFFFF);
+  const bool longer = i > d.length;
+  d.position = longer ? p : d.position;
+  d.length = longer ? i : d.length;
+  return true;
+}
+
+// An equal string is present at p: r takes over p's place, which drops the older copy.
+inline void TakeOver(const Tree& t, int r, int p) {
+  Link (*const kids)[2] = t.kids;
+  Link* const dad = t.dad;
   const int parent = dad[p];
   dad[r] = Link(parent);
   kids[r][0] = kids[p][0];
@@ -249,7 +282,127 @@ inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLen
   dad[kids[p][0]] = Link(r);
   dad[kids[p][1]] = Link(r);
   kids[parent][kids[parent][1] == p ? 1 : 0] = Link(r);
-  dad[p] = NIL;
+  dad[p] = CLZSS_Compressor::NIL;
+}
+
+// Runs a descent to its end and links r in: as a new leaf, or in place of its equal.
+inline void FinishDescent(const Tree& t, int r, Descent& d) {
+  while (d.q != CLZSS_Compressor::NIL) {
+    if (!StepDown(t, d)) {
+      TakeOver(t, r, d.p);
+      return;
+    }
+  }
+  t.kids[d.p][d.side] = Link(r);
+  t.dad[r] = Link(d.p);
+}
+
+inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLength) {
+  Descent d;
+  BeginDescent(t, r, d);
+  FinishDescent(t, r, d);
+  matchLength = d.length;
+  // A descent that met no match leaves the position as it was.
+  if (d.length > 0) matchPosition = d.position;
+}
+
+// Inserts two strings that belong to different trees (their first bytes differ), going
+// down both in step: each level of one waits on its loads while the other's go on. The
+// loop holds each descent in four registers (node, its children, key bytes 1 to 8, best
+// match as length << 16 | position) and leaves the rare keys that agree with a node in
+// their first nine bytes to StepDown.
+inline void InsertTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
+  constexpr int NIL = CLZSS_Compressor::NIL;
+  const unsigned char* const text = t.text;
+  Link (*const kids)[2] = t.kids;
+  BeginDescent(t, r1, a);
+  BeginDescent(t, r2, b);
+  if (a.q == NIL || b.q == NIL) {
+    FinishDescent(t, r1, a);
+    FinishDescent(t, r2, b);
+    return;
+  }
+  int pa = a.q, pb = b.q;  // the nodes to compare next
+  std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+  const std::uint64_t ka = a.key1, kb = b.key1;
+  std::uint32_t besta = 0, bestb = 0;
+  for (;;) {
+    const std::uint64_t na = LoadBigEndian64(&text[pa + 1]);
+    const std::uint64_t nb = LoadBigEndian64(&text[pb + 1]);
+    if (__builtin_expect(na == ka || nb == kb, 0)) break;
+    const int sa = ka > na, sb = kb > nb;
+    const std::uint32_t la = std::uint32_t(1 + (std::countl_zero(ka ^ na) >> 3)) << 16;
+    const std::uint32_t lb = std::uint32_t(1 + (std::countl_zero(kb ^ nb) >> 3)) << 16;
+    // Strictly longer only: a position below 2^16 keeps an equal length from winning.
+    besta = la > besta ? la | std::uint32_t(pa) : besta;
+    bestb = lb > bestb ? lb | std::uint32_t(pb) : bestb;
+    const int qa = __builtin_expect_with_probability(sa, 1, 0.5) ? int(ca >> 16) : int(ca & 0xFFFF);
+    const int qb = __builtin_expect_with_probability(sb, 1, 0.5) ? int(cb >> 16) : int(cb & 0xFFFF);
+    // NIL is the only index with bit 12 set: one test for both descents' ends.
+    if ((qa & qb & NIL) != 0) {
+      a.p = pa, a.side = sa, a.q = qa;
+      b.p = pb, b.side = sb, b.q = qb;
+      a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
+      b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
+      FinishDescent(t, r1, a);
+      FinishDescent(t, r2, b);
+      return;
+    }
+    // A descent that has reached its leaf waits there for the other: comparing the same
+    // node again changes nothing, and the loop leaves once, when both are done.
+    pa = StayAtEnd(qa, pa);
+    pb = StayAtEnd(qb, pb);
+    ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+  }
+  // A key agrees with its node in nine bytes or more: both descents go on one step at a
+  // time from the nodes they were about to compare.
+  a.q = pa, b.q = pb;
+  a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
+  b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
+  FinishDescent(t, r1, a);
+  FinishDescent(t, r2, b);
+}
+
+// InsertTwo for incompressible data, where nearly every key parts from every node at
+// its second byte (the first is the tree's): a level then costs a byte load, a compare
+// and a pick. Every node met gives a match of length 1, so the first one met is the best
+// until a node agrees in the second byte too, and those rare nodes go to StepDown.
+inline void InsertTwoSparse(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
+  constexpr int NIL = CLZSS_Compressor::NIL;
+  const unsigned char* const text = t.text;
+  Link (*const kids)[2] = t.kids;
+  BeginDescent(t, r1, a);
+  BeginDescent(t, r2, b);
+  if (a.q == NIL || b.q == NIL) {
+    FinishDescent(t, r1, a);
+    FinishDescent(t, r2, b);
+    return;
+  }
+  int pa = a.q, pb = b.q;
+  a.length = b.length = 1;
+  a.position = pa, b.position = pb;
+  const int ka = a.key[1], kb = b.key[1];
+  std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+  for (;;) {
+    const int na = text[pa + 1], nb = text[pb + 1];
+    if (__builtin_expect((na == ka) | (nb == kb), 0)) break;
+    const int qa = PickChild(ca, ka, na);
+    const int qb = PickChild(cb, kb, nb);
+    if ((qa & qb & NIL) != 0) {  // NIL is the only index with bit 12 set
+      const int sa = ka > na, sb = kb > nb;
+      kids[pa][sa] = Link(r1);
+      t.dad[r1] = Link(pa);
+      kids[pb][sb] = Link(r2);
+      t.dad[r2] = Link(pb);
+      return;
+    }
+    pa = StayAtEnd(qa, pa);  // a descent at its leaf waits there, as in InsertTwo
+    pb = StayAtEnd(qb, pb);
+    ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+  }
+  a.q = pa, b.q = pb;
+  FinishDescent(t, r1, a);
+  FinishDescent(t, r2, b);
 }
 
 inline void DeleteString(const Tree& t, int p) {
@@ -284,55 +437,222 @@ inline void DeleteString(const Tree& t, int p) {
   dad[p] = NIL;
 }
 
+// Deletes two nodes of different trees. The walks down to the rightmost node of each
+// left subtree go in step, as the descents of InsertTwo do; a node without two children
+// walks nowhere (it waits at NIL, whose right link the coder keeps NIL).
+inline void DeleteTwo(const Tree& t, int p1, int p2) {
+  constexpr int NIL = CLZSS_Compressor::NIL;
+  Link (*const kids)[2] = t.kids;
+  Link* const dad = t.dad;
+  if (dad[p1] == NIL || dad[p2] == NIL) {
+    DeleteString(t, p1);
+    DeleteString(t, p2);
+    return;
+  }
+  const std::uint32_t c1 = LoadChildren(kids, p1), c2 = LoadChildren(kids, p2);
+  const int left1 = int(c1 & 0xFFFF), right1 = int(c1 >> 16);
+  const int left2 = int(c2 & 0xFFFF), right2 = int(c2 >> 16);
+  const bool both1 = left1 != NIL && right1 != NIL;
+  const bool both2 = left2 != NIL && right2 != NIL;
+  int w1 = Select(both1, left1, NIL);
+  int w2 = Select(both2, left2, NIL);
+  for (;;) {
+    const int n1 = kids[w1][1], n2 = kids[w2][1];
+    if ((n1 & n2 & NIL) != 0) break;  // NIL is the only index with bit 12 set
+    w1 = StayAtEnd(n1, w1);
+    w2 = StayAtEnd(n2, w2);
+  }
+  const int ends[2][4] = {{p1, left1, right1, Select(both1, w1, Select(right1 == NIL, left1, right1))},
+                          {p2, left2, right2, Select(both2, w2, Select(right2 == NIL, left2, right2))}};
+  for (const auto& e : ends) {
+    const int p = e[0], left = e[1], right = e[2], q = e[3];
+    if (left != NIL && right != NIL) {
+      if (q != left) {
+        kids[dad[q]][1] = kids[q][0];
+        dad[kids[q][0]] = dad[q];
+        kids[q][0] = Link(left);
+        dad[left] = Link(q);
+      }
+      kids[q][1] = Link(right);
+      dad[right] = Link(q);
+    }
+    const int parent = dad[p];
+    dad[q] = Link(parent);
+    kids[parent][kids[parent][1] == p ? 1 : 0] = Link(q);
+    dad[p] = NIL;
+  }
+}
+
 }  // namespace
 
 void CLZSS_Compressor::InsertNode(int r) {
-  InsertString<false>(Tree{m_pTextBuf, m_pChildren, m_pDad}, r, m_nMatchPosition, m_nMatchLength);
+  InsertString(Tree{m_pTextBuf, m_pChildren, m_pDad}, r, m_nMatchPosition, m_nMatchLength);
 }
 
 void CLZSS_Compressor::DeleteNode(int p) { DeleteString(Tree{m_pTextBuf, m_pChildren, m_pDad}, p); }
 
+// The coder works in two parts. The tree work is the same whatever the output: for every
+// input position k, the node N - F behind is deleted, the byte F - 1 ahead is read into
+// its place, and the string at k is inserted, which yields the longest match there. So
+// the tree part runs ahead of the output in batches and keeps each position's match, and
+// the output part walks the positions, taking a match where one pays and skipping the
+// positions it covers. Running ahead lets two consecutive insertions into different trees
+// go down together (see InsertTwo); which positions may pair is settled in Advance.
+namespace {
+
+// A position's match: length in the low 5 bits, ring position above.
+using MatchCode = std::uint32_t;
+constexpr int kMatchRing = 256;  // matches kept ahead of the output: a batch and a match more
+constexpr std::uint64_t kBatch = 128;
+
+struct TreeRunner {
+  Tree tree;
+  const unsigned char* in;  // the input
+  std::uint64_t size;
+  std::uint64_t read;       // bytes read into the ring so far
+  std::uint64_t next;       // the next position whose match is wanted
+  int s;                    // the ring node to delete next, and the place of the next byte read
+  int r;                    // the ring node of the last position inserted
+  MatchCode matches[kMatchRing];
+  bool sparse = false;      // the data looks incompressible: use InsertTwoSparse
+
+  static MatchCode Code(const Descent& d) { return MatchCode(d.length) | (MatchCode(d.position) << 5); }
+
+  // Reads the next input byte (if any) into ring place s, whose node has been deleted.
+  void Fill() {
+    if (read < size) {
+      const unsigned char c = in[read++];
+      tree.text[s] = c;
+      // The first F - 1 bytes are mirrored after the ring so that keys never wrap.
+      if (s < kLookAhead - 1) tree.text[s + kRingSize] = c;
+    }
+    s = (s + 1) & (kRingSize - 1);
+    r = (r + 1) & (kRingSize - 1);
+  }
+
+  // One step: deletes node s, reads the next byte into its place and moves on.
+  void Slide() {
+    DeleteString(tree, s);
+    Fill();
+  }
+
+  void InsertOne(std::uint64_t k) {
+    Descent d;
+    BeginDescent(tree, r, d);
+    FinishDescent(tree, r, d);
+    matches[k % kMatchRing] = Code(d);
+  }
+
+  // Computes the matches of the positions from 'next' up to at least 'until' (exclusive,
+  // and at most the input size).
+  void Advance(std::uint64_t until) {
+    if (until > size) until = size;
+    constexpr int kMask = kRingSize - 1;
+    unsigned char* const text = tree.text;
+    while (next < until) {
+      const std::uint64_t k = next;
+      // Steps k and k + 1 may be done together when insert k and the deletion and insertion
+      // of step k + 1 touch different trees: the first byte at k against the first byte at
+      // k + 1 and against the first byte of the node step k + 1 deletes. Nothing insert k
+      // compares is changed by step k + 1's byte: the nodes whose strings cover it lie
+      // between k and that byte, and none of them is in a tree. The two deletions go
+      // together as well when their nodes lie in different trees.
+      const int rk = (r + 1) & kMask;
+      const int first = text[rk];
+      const int following = text[(rk + 1) & kMask];
+      const int deletedFirst = text[s];
+      const int deletedSecond = text[(s + 1) & kMask];
+      if (k + 1 >= size || first == following || first == deletedSecond) {
+        Slide();  // r is now position k
+        InsertOne(k);
+        next = k + 1;
+        continue;
+      }
+      if (deletedFirst != deletedSecond) {
+        DeleteTwo(tree, s, (s + 1) & kMask);
+      } else {
+        DeleteString(tree, s);
+        DeleteString(tree, (s + 1) & kMask);
+      }
+      Fill();
+      Fill();  // r is now position k + 1
+      Descent a, b;
+      if (sparse)
+        InsertTwoSparse(tree, rk, a, r, b);
+      else
+        InsertTwo(tree, rk, a, r, b);
+      matches[k % kMatchRing] = Code(a);
+      matches[(k + 1) % kMatchRing] = Code(b);
+      next = k + 2;
+    }
+  }
+};
+
+}  // namespace
+
 void CLZSS_Compressor::Encode() {
   InitTree();
+  m_pChildren[NIL][0] = m_pChildren[NIL][1] = NIL;  // where DeleteTwo's idle walk waits
+  unsigned char* const text = m_pTextBuf;
+  std::memset(text, ' ', size_t(kStart));
+
+  const unsigned char* in = m_bEndOfInput ? m_pInBase + m_nInSize : m_pIn;
+  const unsigned char* const inEnd = m_pInBase + m_nInSize;
+  const std::uint64_t size = std::uint64_t(inEnd - in);
+  const int firstLength = size < std::uint64_t(kLookAhead) ? int(size) : kLookAhead;
+  std::memcpy(text + kStart, in, size_t(firstLength));
+  m_nTextSize = ULONG(firstLength);
+  if (firstLength == 0) {
+    m_pIn = in;
+    return;
+  }
+
+  TreeRunner run;
+  run.tree = Tree{m_pTextBuf, m_pChildren, m_pDad};
+  run.in = in;
+  run.size = size;
+  run.read = std::uint64_t(firstLength);
+  run.s = 0;
+  run.r = kStart;
+  int matchPosition = m_nMatchPosition;
+  int matchLength = m_nMatchLength;
+  for (int i = 1; i <= kLookAhead; ++i) InsertString(run.tree, kStart - i, matchPosition, matchLength);
+  {
+    Descent d;
+    BeginDescent(run.tree, kStart, d);
+    FinishDescent(run.tree, kStart, d);
+    run.matches[0] = TreeRunner::Code(d);
+  }
+  run.next = 1;
+
   unsigned char codeBuf[17];
   codeBuf[0] = 0;
   int codeBufPtr = 1;
   unsigned mask = 1;
-  int s = 0;
-  int r = kStart;
-  unsigned char* const text = m_pTextBuf;
-  std::memset(text, ' ', size_t(r));
-
-  const unsigned char* in = m_pIn;
-  const unsigned char* const inEnd = m_pInBase + m_nInSize;
-  if (m_bEndOfInput) in = inEnd;
-
-  int len = 0;
-  while (len < kLookAhead && in != inEnd) text[r + len++] = *in++;
-  m_nTextSize = ULONG(len);
-  if (len == 0) {
-    m_pIn = in;
-    return;
-  }
-  const Tree tree{m_pTextBuf, m_pChildren, m_pDad};
-  int matchPosition = m_nMatchPosition;
-  int matchLength = m_nMatchLength;
-  for (int i = 1; i <= kLookAhead; ++i) InsertString<false>(tree, r - i, matchPosition, matchLength);
-  InsertString<false>(tree, r, matchPosition, matchLength);
-  // Groups of eight literals in a row mean incompressible data: then the descent that
-  // settles first bytes by a branch is the faster one.
+  std::uint64_t read = std::uint64_t(firstLength);
+  // Groups of eight literals in a row mean incompressible data: the tree part then takes
+  // the descent made for it. Both descents build the same tree.
   int literalGroups = 0;
-  do {
-    if (matchLength > len) matchLength = len;
-    if (matchLength <= THRESHOLD) {
-      matchLength = 1;
-      codeBuf[0] = static_cast<unsigned char>(codeBuf[0] | mask);
-      codeBuf[codeBufPtr++] = text[r];
-    } else {
-      codeBuf[codeBufPtr++] = static_cast<unsigned char>(matchPosition);
-      codeBuf[codeBufPtr++] =
-          static_cast<unsigned char>(((matchPosition >> 4) & 0xF0) | (matchLength - (THRESHOLD + 1)));
+  for (std::uint64_t pos = 0; pos < size;) {
+    if (pos >= run.next) {
+      run.sparse = literalGroups >= 4;
+      run.Advance(pos + kBatch);
     }
+    const MatchCode match = run.matches[pos % kMatchRing];
+    const std::uint64_t left = size - pos;  // what the look-ahead still holds
+    int length = int(match & 31);
+    if (std::uint64_t(length) > left) length = int(left);
+    if (length <= THRESHOLD) {
+      length = 1;
+      codeBuf[0] = static_cast<unsigned char>(codeBuf[0] | mask);
+      codeBuf[codeBufPtr++] = in[pos];
+    } else {
+      const int position = int(match >> 5);
+      matchPosition = position;
+      codeBuf[codeBufPtr++] = static_cast<unsigned char>(position);
+      codeBuf[codeBufPtr++] = static_cast<unsigned char>(((position >> 4) & 0xF0) | (length - (THRESHOLD + 1)));
+    }
+    matchLength = length;
     if ((mask <<= 1) == 0x100) {
       literalGroups = codeBuf[0] == 0xFF ? literalGroups + 1 : 0;
       writeOut(codeBuf, ULONG(codeBufPtr));
@@ -341,39 +661,21 @@ void CLZSS_Compressor::Encode() {
       codeBufPtr = 1;
       mask = 1;
     }
-    const int lastMatchLength = matchLength;
-    int i = 0;
-    for (; i < lastMatchLength && in != inEnd; ++i) {
-      unsigned char c = *in++;
-      DeleteString(tree, s);
-      text[s] = c;
-      // The first F - 1 bytes are mirrored after the ring so that keys never wrap.
-      if (s < kLookAhead - 1) text[s + kRingSize] = c;
-      s = (s + 1) & (kRingSize - 1);
-      r = (r + 1) & (kRingSize - 1);
-      if (literalGroups >= 4)
-        InsertString<true>(tree, r, matchPosition, matchLength);
-      else
-        InsertString<false>(tree, r, matchPosition, matchLength);
-    }
-    if ((m_nTextSize += ULONG(i)) > m_nPrintCount) m_nPrintCount += 1024;
-    // At the end of the input the ring keeps its old bytes: they can only extend a match
-    // that is then cut back to what remains.
-    while (i++ < lastMatchLength) {
-      DeleteString(tree, s);
-      s = (s + 1) & (kRingSize - 1);
-      r = (r + 1) & (kRingSize - 1);
-      if (--len) InsertString<false>(tree, r, matchPosition, matchLength);
-    }
-  } while (len > 0);
+    // The bytes read while the positions of this item are passed.
+    const std::uint64_t unread = size - read;
+    const std::uint64_t taken = std::uint64_t(length) < unread ? std::uint64_t(length) : unread;
+    read += taken;
+    if ((m_nTextSize += ULONG(taken)) > m_nPrintCount) m_nPrintCount += 1024;
+    pos += std::uint64_t(length);
+  }
   m_nMatchPosition = matchPosition;
   m_nMatchLength = matchLength;
   if (codeBufPtr > 1) {
     writeOut(codeBuf, ULONG(codeBufPtr));
     m_nCodeSize += ULONG(codeBufPtr);
   }
-  m_pIn = in;
-  m_bEndOfInput = in == inEnd;
+  m_pIn = inEnd;
+  m_bEndOfInput = 1;
   lzPrintf("In : %ld bytes\n", LONG(m_nTextSize));
   lzPrintf("Out: %ld bytes\n", LONG(m_nCodeSize));
   lzPrintf("Out/In: %.3f\n", double(m_nCodeSize) / double(m_nTextSize ? m_nTextSize : 1));

@@ -127,6 +127,19 @@ TEST(LZSSCompressor, RoundTripsAcrossBoundaries) {
          return b;
        }},
       {"one byte repeated", [](size_t n, unsigned) { return Bytes(n, 'z'); }},
+      // Neighbouring positions often start alike, so the coder's batched tree work has to
+      // fall back to one position at a time now and then.
+      {"sixteen letters", [](size_t n, unsigned s) { return Random(n, s, 16); }},
+      // Incompressible stretches switch the coder to its descent for random data and back.
+      {"random and text in turns", [](size_t n, unsigned s) {
+         Bytes b;
+         for (unsigned part = 0; b.size() < n; ++part) {
+           Bytes piece = part % 2 ? TextLike(3000, s + part) : Random(2500, s + part);
+           b.insert(b.end(), piece.begin(), piece.end());
+         }
+         b.resize(n);
+         return b;
+       }},
   };
   CLZSS_Compressor lz;
   classic_lzss::Coder classic;
