@@ -600,12 +600,12 @@ void CLZSS_Compressor::Encode() {
   const unsigned char* const inEnd = m_pInBase + m_nInSize;
   const std::uint64_t size = std::uint64_t(inEnd - in);
   const int firstLength = size < std::uint64_t(kLookAhead) ? int(size) : kLookAhead;
-  std::memcpy(text + kStart, in, size_t(firstLength));
   m_nTextSize = ULONG(firstLength);
   if (firstLength == 0) {
     m_pIn = in;
     return;
   }
+  std::memcpy(text + kStart, in, size_t(firstLength));
 
   TreeRunner run;
   run.tree = Tree{m_pTextBuf, m_pChildren, m_pDad};
