@@ -1,65 +1,23 @@
 // The lzss and grep commands, run as a user runs them: output files, printed lines,
 // errors and exit status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "RunProgram.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
+using zevrun::ReadFile;
+using zevrun::Result;
+using zevrun::RunZev;
+using zevrun::WriteFile;
 
-fs::path Scratch() {
-  const char* env = std::getenv("ZEV_TEST_TMP");
-  fs::path dir = fs::path(env && *env ? env : fs::temp_directory_path().string()) / "codec_commands";
-  fs::create_directories(dir);
-  return dir;
-}
-
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
-
-Result RunZev(const std::vector<std::string>& args, const std::string& stdinFile = "") {
-  std::string cmd = Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
-  for (const auto& a : args) cmd += " " + Quote(a);
-  fs::path errFile = Scratch() / "stderr.txt";
-  cmd += " 2>" + Quote(errFile.string());
-  if (!stdinFile.empty()) cmd += " <" + Quote(stdinFile);
-  Result r{-1, "", ""};
-  FILE* p = popen(cmd.c_str(), "r");
-  if (!p) return r;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-  int raw = pclose(p);
-  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  std::ifstream e(errFile, std::ios::binary);
-  r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
-  return r;
-}
-
-std::string Slurp(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-void Write(const fs::path& p, const std::string& bytes) {
-  std::ofstream(p, std::ios::binary) << bytes;
-}
+fs::path Scratch() { return zevrun::Scratch("codec_commands"); }
 
 }  // namespace
 
@@ -69,11 +27,11 @@ TEST(LzssCommand, CompressesToTheReferenceStreamAndBack) {
   const fs::path back = Scratch() / "text4097.out";
   Result c = RunZev({"lzss", "compress", (dir / "text4097.bin").string(), packed.string()});
   ASSERT_EQ(c.status, 0) << c.err;
-  EXPECT_EQ(Slurp(packed), Slurp(dir / "text4097.lzss"));
+  EXPECT_EQ(ReadFile(packed), ReadFile(dir / "text4097.lzss"));
   EXPECT_NE(c.out.find("4097 bytes"), std::string::npos) << c.out;
   Result e = RunZev({"lzss", "expand", packed.string(), back.string()});
   ASSERT_EQ(e.status, 0) << e.err;
-  EXPECT_EQ(Slurp(back), Slurp(dir / "text4097.bin"));
+  EXPECT_EQ(ReadFile(back), ReadFile(dir / "text4097.bin"));
 
   // Standard input to standard output: the bytes alone.
   Result pipe = RunZev({"lzss", "expand", "-", "-"}, (dir / "one_X.lzss").string());
@@ -95,7 +53,7 @@ TEST(LzssCommand, FailuresLeaveNoOutput) {
       {"unknown mode", {"lzss", "squeeze", "a", "b"}, ""},
   };
   const fs::path empty = Scratch() / "empty.txt";
-  Write(empty, "");
+  WriteFile(empty, "");
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     Result r = RunZev(c.args, empty.string());
@@ -109,8 +67,8 @@ TEST(LzssCommand, FailuresLeaveNoOutput) {
 TEST(GrepCommand, PrintsMatchingLinesAsAsked) {
   const fs::path a = Scratch() / "a.txt";
   const fs::path b = Scratch() / "b.txt";
-  Write(a, "Peak at 120\nno peaks here\nPEAK at 7 and peak at 9\n\n");
-  Write(b, "base 1\npeak 2\n");
+  WriteFile(a, "Peak at 120\nno peaks here\nPEAK at 7 and peak at 9\n\n");
+  WriteFile(b, "base 1\npeak 2\n");
   struct Case {
     const char* name;
     std::vector<std::string> args;

@@ -1,11 +1,9 @@
 // The crc and iub commands, run as a user runs them: output, errors and exit status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -13,56 +11,18 @@
 #include <string>
 #include <vector>
 
+#include "RunProgram.h"
 #include "zevutil/CCalcCRC32.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
+using zevrun::Result;
+using zevrun::RunZev;
+using zevrun::WriteFile;
 
-fs::path Scratch() {
-  const char* env = std::getenv("ZEV_TEST_TMP");
-  fs::path dir = fs::path(env && *env ? env : fs::temp_directory_path().string()) / "core_commands";
-  fs::create_directories(dir);
-  return dir;
-}
-
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
-
-// Runs zevutil with the arguments (each quoted for the shell) and an optional stdin file.
-Result RunZev(const std::vector<std::string>& args, const std::string& stdinFile = "") {
-  std::string cmd = Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
-  for (const auto& a : args) cmd += " " + Quote(a);
-  fs::path errFile = Scratch() / "stderr.txt";
-  cmd += " 2>" + Quote(errFile.string());
-  if (!stdinFile.empty()) cmd += " <" + Quote(stdinFile);
-  Result r{-1, "", ""};
-  FILE* p = popen(cmd.c_str(), "r");
-  if (!p) return r;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-  int raw = pclose(p);
-  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  std::ifstream e(errFile, std::ios::binary);
-  r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
-  return r;
-}
-
-std::string WriteFile(const std::string& name, const std::string& bytes) {
-  fs::path p = Scratch() / name;
-  std::ofstream(p, std::ios::binary) << bytes;
-  return p.string();
-}
+fs::path Scratch() { return zevrun::Scratch("core_commands"); }
 
 std::string Hex8(zev::ULONG v) {
   char buf[16];
@@ -79,9 +39,9 @@ TEST(CrcCommand, ChecksumsFilesAndStandardInput) {
   for (auto& c : big) c = char(gen());
   const std::string bigCrc = Hex8(zev::CCalcCRC32().CalcBlock(big.data(), zev::ULONG(big.size())).GetCRC());
 
-  const std::string check = WriteFile("check.txt", "123456789");
-  const std::string empty = WriteFile("empty.bin", "");
-  const std::string large = WriteFile("big.bin", big);
+  const std::string check = WriteFile(Scratch() / "check.txt", "123456789");
+  const std::string empty = WriteFile(Scratch() / "empty.bin", "");
+  const std::string large = WriteFile(Scratch() / "big.bin", big);
 
   Result r = RunZev({"crc", check, empty, large});
   EXPECT_EQ(r.status, 0) << r.err;
@@ -96,7 +56,7 @@ TEST(CrcCommand, ChecksumsFilesAndStandardInput) {
 // Failures: one line on stderr (naming the file, for crc) and exit status 2; crc still
 // checksums the other files.
 TEST(CoreCommands, Failures) {
-  const std::string check = WriteFile("check2.txt", "123456789");
+  const std::string check = WriteFile(Scratch() / "check2.txt", "123456789");
   const std::string missing = (Scratch() / "no such file").string();
   struct Case {
     std::vector<std::string> args;

@@ -1,60 +1,40 @@
 // The reg, ini and ps commands, run as a user runs them: output, errors and exit status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "RunProgram.h"
 #include "platform/HostTestSupport.h"
 
 namespace {
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
+using zevrun::Result;
 
 class HostCommands : public ::testing::Test {
  protected:
   // Runs zevutil in the scratch folder with the registry stores kept there.
   Result Run(const std::vector<std::string>& args) {
-    std::string cmd = "cd " + Quote(dir.path()) + " && ZEVUTIL_REGISTRY_DIR=" + Quote(dir / "reg") + " " +
-                      Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
-    for (const auto& a : args) cmd += " " + Quote(a);
-    cmd += " 2>" + Quote(dir / "stderr.txt");
-    Result r{-1, "", ""};
-    FILE* p = popen(cmd.c_str(), "r");
-    if (!p) return r;
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-    int raw = pclose(p);
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    r.err = zevtest::ReadBytes(dir / "stderr.txt");
-    return r;
+    zevrun::RunOptions options;
+    options.workDir = dir.path();
+    options.env = {{"ZEVUTIL_REGISTRY_DIR", dir / "reg"}};
+    return zevrun::RunZev(args, options);
   }
   zevtest::TempDir dir;
 };
 
+// One command of a sequence and what it gives.
+struct Step {
+  std::vector<std::string> args;
+  int status;
+  std::string out;
+};
+
 TEST_F(HostCommands, RegSetsGetsListsAndDeletes) {
-  struct Step {
-    std::vector<std::string> args;
-    int status;
-    std::string out;
-  } steps[] = {
+  const Step steps[] = {
       {{"reg", "set", "Software\\Test", "Name", "caf\xE9"}, 0, ""},
       {{"reg", "set", "Software\\Test", "Count", "0x2A", "--type", "dword"}, 0, ""},
       {{"reg", "set", "Software\\Test", "Bin", "00 FF,0a", "--type", "binary"}, 0, ""},
@@ -77,9 +57,7 @@ TEST_F(HostCommands, RegSetsGetsListsAndDeletes) {
       {{"reg", "get", "SOFTWARE\\Vendor", "LastInstallVersion", "--root", "machine"}, 0, "5.1\n"},
   };
   for (const Step& s : steps) {
-    std::string trace;
-    for (const auto& a : s.args) trace += a + " ";
-    SCOPED_TRACE(trace);
+    SCOPED_TRACE(zevrun::Joined(s.args));
     Result r = Run(s.args);
     EXPECT_EQ(r.status, s.status) << r.err;
     if (s.status == 0) {
@@ -132,11 +110,7 @@ TEST_F(HostCommands, RegErrorsAreOneLineWithStatusTwo) {
 
 TEST_F(HostCommands, IniGetSetListDelete) {
   zevtest::WriteBytes(dir / "p.ini", "; kept\r\n[EXPORT]\r\nTXT_EXT = txt\r\n");
-  struct Step {
-    std::vector<std::string> args;
-    int status;
-    std::string out;
-  } steps[] = {
+  const Step steps[] = {
       {{"ini", "get", "p.ini", "export", "txt_ext"}, 0, "txt\n"},
       {{"ini", "set", "p.ini", "EXPORT", "TXT_EXT", "log"}, 0, ""},
       {{"ini", "set", "p.ini", "INSTRUMENT", "Deadtime", "1.5"}, 0, ""},
@@ -148,9 +122,7 @@ TEST_F(HostCommands, IniGetSetListDelete) {
       {{"ini", "set", "no/such/dir/x.ini", "a", "b", "c"}, 2, ""},
   };
   for (const Step& s : steps) {
-    std::string trace;
-    for (const auto& a : s.args) trace += a + " ";
-    SCOPED_TRACE(trace);
+    SCOPED_TRACE(zevrun::Joined(s.args));
     Result r = Run(s.args);
     EXPECT_EQ(r.status, s.status) << r.err;
     EXPECT_EQ(r.out, s.out);

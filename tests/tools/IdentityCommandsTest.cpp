@@ -1,56 +1,20 @@
 // The id and version commands, run as a user runs them: printed fields, JSON,
 // errors and exit status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include "RunProgram.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-fs::path Scratch() {
-  const char* env = std::getenv("ZEV_TEST_TMP");
-  fs::path dir = fs::path(env && *env ? env : fs::temp_directory_path().string()) / "identity_commands";
-  fs::create_directories(dir);
-  return dir;
-}
-
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
-
-Result RunZev(const std::vector<std::string>& args) {
-  std::string cmd = Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
-  for (const auto& a : args) cmd += " " + Quote(a);
-  fs::path errFile = Scratch() / "stderr.txt";
-  cmd += " 2>" + Quote(errFile.string());
-  Result r{-1, "", ""};
-  FILE* p = popen(cmd.c_str(), "r");
-  if (!p) return r;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-  int raw = pclose(p);
-  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  std::ifstream e(errFile, std::ios::binary);
-  r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
-  return r;
-}
+using zevrun::Result;
+using zevrun::RunZev;
 
 nlohmann::json Json(const Result& r) {
   EXPECT_EQ(r.status, 0) << r.err;
@@ -85,8 +49,8 @@ TEST(IdentityCommands, VersionOfOurOwnFiles) {
     EXPECT_EQ(j["complete"], true);
     EXPECT_NE(program.out.find(j["version"].get<std::string>()), std::string::npos);
   }
-  fs::path text = Scratch() / "plain.txt";
-  std::ofstream(text) << "no version here\n";
+  const fs::path text = zevrun::Scratch("identity_commands") / "plain.txt";
+  zevrun::WriteFile(text, "no version here\n");
   Result r = RunZev({"version", text.string()});
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.err, "zevutil: no version resource in '" + text.string() + "'\n");

@@ -2,66 +2,29 @@
 // store, a set colour kept across runs and per user, the dead-time values of an INI
 // file, and the one-line errors.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include "RunProgram.h"
+#include "platform/HostTestSupport.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
+using zevrun::Result;
 
 class ObjectCommands : public ::testing::Test {
  protected:
-  void SetUp() override {
-    const char* env = std::getenv("ZEV_TEST_TMP");
-    dir = fs::path(env && *env ? env : fs::temp_directory_path().string()) /
-          ("object_commands_" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
-    fs::create_directories(dir);
-  }
-  void TearDown() override {
-    std::error_code ec;
-    fs::remove_all(dir, ec);
-  }
-
   // Runs zevutil with the registry in this test's folder.
   Result Run(const std::vector<std::string>& args) {
-    std::string cmd = "ZEVUTIL_REGISTRY_DIR=" + Quote((dir / "registry").string()) + " " +
-                      Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
-    for (const auto& a : args) cmd += " " + Quote(a);
-    const fs::path errFile = dir / "stderr.txt";
-    cmd += " 2>" + Quote(errFile.string());
-    Result r{-1, "", ""};
-    FILE* p = popen(cmd.c_str(), "r");
-    if (!p) return r;
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-    const int raw = pclose(p);
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    std::ifstream e(errFile, std::ios::binary);
-    r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
-    return r;
+    zevrun::RunOptions options;
+    options.env = {{"ZEVUTIL_REGISTRY_DIR", dir / "registry"}};
+    return zevrun::RunZev(args, options);
   }
 
   nlohmann::json Colors(const std::vector<std::string>& extra = {}) {
@@ -72,7 +35,7 @@ class ObjectCommands : public ::testing::Test {
     return nlohmann::json::parse(r.out, nullptr, false);
   }
 
-  fs::path dir;
+  zevtest::TempDir dir;
 };
 
 }  // namespace
@@ -143,7 +106,7 @@ TEST_F(ObjectCommands, ColourErrorsAreOneLineAndChangeNothing) {
 
 TEST_F(ObjectCommands, CalibPrintsTheDeadTimeValuesOfAFile) {
   const fs::path ini = dir / "instrument.ini";
-  std::ofstream(ini, std::ios::binary) << "[INSTRUMENT]\r\nDeadtime=25.0\r\nDeadtimeThreshold=20\r\nSaturation=1000 2000\r\n";
+  zevrun::WriteFile(ini, "[INSTRUMENT]\r\nDeadtime=25.0\r\nDeadtimeThreshold=20\r\nSaturation=1000 2000\r\n");
   const Result text = Run({"calib", ini.string()});
   ASSERT_EQ(text.status, 0) << text.err;
   EXPECT_NE(text.out.find("Deadtime            25\n"), std::string::npos) << text.out;
@@ -151,7 +114,7 @@ TEST_F(ObjectCommands, CalibPrintsTheDeadTimeValuesOfAFile) {
   EXPECT_NE(text.out.find("In use              [1]\n"), std::string::npos);
 
   const fs::path refused = dir / "refused.ini";
-  std::ofstream(refused, std::ios::binary) << "[INSTRUMENT]\nDeadtime=5\nSaturation=1 2\n";
+  zevrun::WriteFile(refused, "[INSTRUMENT]\nDeadtime=5\nSaturation=1 2\n");
   const Result json = Run({"calib", "--json", refused.string()});
   ASSERT_EQ(json.status, 0) << json.err;
   const auto j = nlohmann::json::parse(json.out);
@@ -161,7 +124,7 @@ TEST_F(ObjectCommands, CalibPrintsTheDeadTimeValuesOfAFile) {
   EXPECT_EQ(j["saturation_lower"][0], 64000.0);
   EXPECT_EQ(j["saturation_in_use"], 0);
 
-  const Result missing = Run({"calib", (dir / "none.ini").string()});
+  const Result missing = Run({"calib", dir / "none.ini"});
   EXPECT_EQ(missing.status, 2);
   EXPECT_EQ(missing.err.rfind("zevutil: cannot read '", 0), 0u);
 }

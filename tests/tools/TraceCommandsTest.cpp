@@ -2,61 +2,25 @@
 // JSON that parses, conversions that carry the trace across, and failures that write
 // nothing and say one line.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "RunProgram.h"
 #include "zevutil/CScf.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
+using zevrun::Result;
+using zevrun::RunZev;
 
-fs::path Scratch(const std::string& sub) {
-  const char* env = std::getenv("ZEV_TEST_TMP");
-  fs::path dir = fs::path(env && *env ? env : fs::temp_directory_path().string()) / "trace_commands" / sub;
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  return dir;
-}
-
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
-
-Result RunZev(const std::vector<std::string>& args) {
-  std::string cmd = Quote(ZEV_BINARY_DIR "/tools/zevutil/zevutil");
-  for (const auto& a : args) cmd += " " + Quote(a);
-  fs::path errFile = fs::temp_directory_path() / ("zev_trace_cmd_err_" + std::to_string(::getpid()));
-  cmd += " 2>" + Quote(errFile.string());
-  Result r{-1, "", ""};
-  FILE* p = popen(cmd.c_str(), "r");
-  if (!p) return r;
-  char buf[65536];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-  int raw = pclose(p);
-  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  std::ifstream e(errFile, std::ios::binary);
-  r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
-  fs::remove(errFile);
-  return r;
-}
+// The named folder, emptied at each call.
+fs::path Scratch(const std::string& sub) { return zevrun::FreshScratch("trace_commands/" + sub); }
 
 const std::string kDemo = ZEV_SOURCE_DIR "/examples/data/demo.scf";
 const std::string kSamples = ZEV_SHARED_DIR "/testdata/traces/";
@@ -188,16 +152,12 @@ TEST(TraceCommands, ConvertCarriesTheTraceAcross) {
 TEST(TraceCommands, BundledAbifCopyIsTheConvertedDemo) {
   fs::path dir = Scratch("bundled");
   ASSERT_EQ(RunZev({"convert", kDemo, (dir / "demo.ab1").string(), "--to", "abif"}).status, 0);
-  auto load = [](const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  };
-  EXPECT_EQ(load(dir / "demo.ab1"), load(ZEV_SOURCE_DIR "/examples/data/demo.ab1"));
+  EXPECT_EQ(zevrun::ReadFile(dir / "demo.ab1"), zevrun::ReadFile(ZEV_SOURCE_DIR "/examples/data/demo.ab1"));
 }
 
 TEST(TraceCommands, FailuresWriteNothingAndSayOneLine) {
   fs::path dir = Scratch("fail");
-  std::ofstream(dir / "notes.txt") << "not a trace\n";
+  zevrun::WriteFile(dir / "notes.txt", "not a trace\n");
   const std::string out = (dir / "out.scf").string();
   struct Case { const char* name; std::vector<std::string> args; const char* says; };
   const Case cases[] = {
