@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "formats/ByteCursor.h"
+#include "formats/ByteOrder.h"
 #include "zevutil/CAbi.h"
 
 namespace zev {
@@ -136,14 +137,8 @@ class CAbi::Image {
     m_data.insert(m_data.end(), b, b + n);
   }
   void PutU8(std::uint8_t v) { m_data.push_back(v); }
-  void PutU16(std::uint16_t v) {
-    m_data.push_back(std::uint8_t(v >> 8));
-    m_data.push_back(std::uint8_t(v));
-  }
-  void PutU32(std::uint32_t v) {
-    PutU16(std::uint16_t(v >> 16));
-    PutU16(std::uint16_t(v));
-  }
+  void PutU16(std::uint16_t v) { StoreU16(Grow(2), v); }
+  void PutU32(std::uint32_t v) { StoreU32(Grow(4), v); }
   // Room for n more bytes, to be filled in place; returns where they start.
   std::uint8_t* Grow(std::size_t n) {
     std::size_t at = m_data.size();
@@ -159,19 +154,5 @@ class CAbi::Image {
   std::vector<std::uint8_t> m_data;
   std::uint8_t m_header[128] = {};
 };
-
-// Big-endian stores into a byte buffer.
-inline void StoreU16(std::uint8_t* p, std::uint16_t v) {
-  p[0] = std::uint8_t(v >> 8);
-  p[1] = std::uint8_t(v);
-}
-inline void StoreU32(std::uint8_t* p, std::uint32_t v) {
-  StoreU16(p, std::uint16_t(v >> 16));
-  StoreU16(p + 2, std::uint16_t(v));
-}
-inline std::uint16_t LoadU16(const std::uint8_t* p) { return std::uint16_t((p[0] << 8) | p[1]); }
-inline std::uint32_t LoadU32(const std::uint8_t* p) {
-  return (std::uint32_t(p[0]) << 24) | (std::uint32_t(p[1]) << 16) | (std::uint32_t(p[2]) << 8) | p[3];
-}
 
 }  // namespace zev

@@ -7,6 +7,8 @@
 #include <new>
 
 #include "formats/ByteCursor.h"
+#include "formats/ByteOrder.h"
+#include "formats/TraceFile.h"
 
 namespace zev {
 
@@ -86,11 +88,9 @@ void CCrv::AppendResultNames(CString name) {
 // ---- writing ----
 
 int CCrv::WriteResultNamesToFile(CString base) {
-  m_bStatusValid = FALSE;
   base.TrimRight();
   base += "_CRV_TRACE_ORDER.txt";
-  CFile file;
-  try {
+  return tracefile::WithFile<CCrvException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
     // The open is not tested: an unwritable path fails at the first write.
     file.Open(base, CFile::modeCreate | CFile::modeWrite);
     std::string text;
@@ -99,32 +99,20 @@ int CCrv::WriteResultNamesToFile(CString base) {
       text += "\r\n";
     }
     WriteAllBytes(file, reinterpret_cast<const BYTE*>(text.data()), text.size());
-    file.GetStatus(*m_pFileStatus);
-    file.Close();
-    m_bStatusValid = TRUE;
-    return 1;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CCrvException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  file.Abort();
-  return 0;
+    return TRUE;
+  });
 }
 
 int CCrv::WriteToFile(const CString& name, int dye) {
-  m_bStatusValid = FALSE;
-  CFile file;
-  try {
+  return tracefile::WithFile<CCrvException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
+    // The open is not tested: an unwritable path fails at the seek.
     file.Open(name, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary);
     file.Seek(0, CFile::begin);
     const auto& list = m_CurveList[dye];
     std::vector<BYTE> bytes;
     auto put = [&bytes](DWORD v) {
-      BYTE b[4] = {BYTE(v), BYTE(v >> 8), BYTE(v >> 16), BYTE(v >> 24)};
-      bytes.insert(bytes.end(), b, b + 4);
+      bytes.resize(bytes.size() + 4);
+      StoreU32LE(bytes.data() + bytes.size() - 4, v);
     };
     if (!list.empty()) {
       put(DWORD(kMagicLength));
@@ -139,19 +127,8 @@ int CCrv::WriteToFile(const CString& name, int dye) {
     }
     WriteAllBytes(file, bytes.data(), bytes.size());
     file.Flush();
-    file.GetStatus(*m_pFileStatus);
-    file.Close();
-    m_bStatusValid = TRUE;
-    return 1;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CCrvException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  file.Abort();
-  return 0;
+    return TRUE;
+  });
 }
 
 BOOL CCrv::Write(const CString& path) {
@@ -202,44 +179,26 @@ void CCrv::Parse(const BYTE* data, std::size_t size) {
 
 BOOL CCrv::ReadFromMemory(const void* data, std::size_t size) {
   m_bStatusValid = FALSE;
-  try {
+  return tracefile::Guarded<CCrvException>([&] {
     Parse(static_cast<const BYTE*>(data), size);
     return TRUE;
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  return FALSE;
+  });
 }
 
 BOOL CCrv::Read(const CString& path) {
   m_strFileName.Empty();
   m_strFileName = path;
-  m_bStatusValid = FALSE;
-  CFile file;
-  try {
-    if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) {
+  return tracefile::WithFile<CCrvException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
+    std::vector<BYTE> bytes;
+    if (!tracefile::OpenAndReadAll(file, path, bytes)) {
       // The open is not tested: the failure shows at the first seek, after the
       // member data has been released.
       ReleaseMemberData();
       return FALSE;
     }
-    std::vector<BYTE> bytes;
-    ReadAllBytes(file, bytes);
     Parse(bytes.data(), bytes.size());
-    file.GetStatus(*m_pFileStatus);
-    file.Close();
-    m_bStatusValid = TRUE;
     return TRUE;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CCrvException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  file.Abort();
-  return FALSE;
+  });
 }
 
 BOOL CCrv::GetSample(int i, LONG* out) const {
@@ -258,24 +217,11 @@ BOOL CCrv::GetSample(int i, LONG* out) const {
 
 BOOL CCrv::GetFileStats(const CString& path) {
   m_strFileName = path;
-  m_bStatusValid = FALSE;
-  CFile file;
-  try {
-    if (!file.Open(path, CFile::modeRead | CFile::typeBinary))
-      AfxThrowFileException(CFileException::fileNotFound, -1, path);
+  return tracefile::WithFile<CCrvException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
+    if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) return FALSE;
     ReleaseMemberData();
-    file.GetStatus(*m_pFileStatus);
-    file.Close();
-    m_bStatusValid = TRUE;
     return TRUE;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CCrvException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  }
-  file.Abort();
-  return FALSE;
+  });
 }
 
 BOOL CCrv::GetFileStatus(CFileStatus& status) const {

@@ -6,6 +6,8 @@
 #include <new>
 
 #include "formats/ByteCursor.h"
+#include "formats/ByteOrder.h"
+#include "formats/TraceFile.h"
 
 namespace zev {
 
@@ -38,8 +40,7 @@ CString CEsd::Text(std::size_t offset) const {
 
 DWORD CEsd::Word(std::size_t offset) const {
   if (offset > sizeof m_Trailer - 4) return 0;
-  const BYTE* p = m_Trailer + offset;
-  return DWORD(p[0]) | (DWORD(p[1]) << 8) | (DWORD(p[2]) << 16) | (DWORD(p[3]) << 24);
+  return LoadU32LE(m_Trailer + offset);
 }
 
 float CEsd::Float(std::size_t offset) const {
@@ -49,10 +50,7 @@ float CEsd::Float(std::size_t offset) const {
   return f;
 }
 
-void CEsd::PutWord(std::size_t offset, DWORD v) {
-  BYTE* p = m_Trailer + offset;
-  p[0] = BYTE(v); p[1] = BYTE(v >> 8); p[2] = BYTE(v >> 16); p[3] = BYTE(v >> 24);
-}
+void CEsd::PutWord(std::size_t offset, DWORD v) { StoreU32LE(m_Trailer + offset, v); }
 
 CString CEsd::GetBaseOrder(int i) const {
   // The index is not checked against 0..3; one that leads outside the trailer gives
@@ -177,16 +175,11 @@ void CEsd::ParseDataPoints(const BYTE* data, std::size_t size) {
 
 BOOL CEsd::ReadFromMemory(const void* data, std::size_t size) {
   m_bStatusValid = FALSE;
-  try {
+  return tracefile::Guarded<CEsdException>([&] {
     ParseTrailer(static_cast<const BYTE*>(data), size);
     ParseDataPoints(static_cast<const BYTE*>(data), size);
     return TRUE;
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const CEsdException&) {
-  } catch (const std::bad_alloc&) {
-  }
-  return FALSE;
+  });
 }
 
 BOOL CEsd::GetFileStatsFromMemory(const void* data, std::size_t size, LONG& lines) {
@@ -200,60 +193,29 @@ BOOL CEsd::GetFileStatsFromMemory(const void* data, std::size_t size, LONG& line
 
 BOOL CEsd::Read(const CString& path) {
   m_strFileName = path;
-  m_bStatusValid = FALSE;
-  try {
-    CFile file(path, CFile::modeRead | CFile::typeBinary);
-    try {
-      std::vector<BYTE> bytes;
-      ReadAllBytes(file, bytes);
-      ParseTrailer(bytes.data(), bytes.size());
-      ParseDataPoints(bytes.data(), bytes.size());
-      file.GetStatus(*m_pFileStatus);
-      file.Close();
-    } catch (...) {
-      file.Abort();
-      throw;
-    }
-    m_bStatusValid = TRUE;
+  return tracefile::WithFile<CEsdException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
+    std::vector<BYTE> bytes;
+    if (!tracefile::OpenAndReadAll(file, path, bytes)) return FALSE;
+    ParseTrailer(bytes.data(), bytes.size());
+    ParseDataPoints(bytes.data(), bytes.size());
     return TRUE;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CEsdException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  return FALSE;
+  });
 }
 
 BOOL CEsd::GetFileStats(const CString& path, LONG& lines) {
   lines = 0;
   m_strFileName = path;
-  m_bStatusValid = FALSE;
-  try {
-    CFile file(path, CFile::modeRead | CFile::typeBinary);
-    try {
-      std::memset(m_Trailer, 0, sizeof m_Trailer);
-      std::vector<BYTE> bytes;
-      ReadAllBytes(file, bytes);
-      ParseTrailer(bytes.data(), bytes.size());
-      file.GetStatus(*m_pFileStatus);
-      file.Close();
-    } catch (...) {
-      file.Abort();
-      throw;
-    }
-    m_bStatusValid = TRUE;
-    lines = LONG(GetNumberOfLines());
+  BOOL ok = tracefile::WithFile<CEsdException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
+    if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) return FALSE;
+    // The trailer is cleared once the file is open, before anything is read from it.
+    std::memset(m_Trailer, 0, sizeof m_Trailer);
+    std::vector<BYTE> bytes;
+    ReadAllBytes(file, bytes);
+    ParseTrailer(bytes.data(), bytes.size());
     return TRUE;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CEsdException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  return FALSE;
+  });
+  if (ok) lines = LONG(GetNumberOfLines());
+  return ok;
 }
 
 BOOL CEsd::GetFileStatus(CFileStatus& status) const {
@@ -273,7 +235,7 @@ void CEsd::Serialize(std::vector<BYTE>& out) const {
   out.resize(std::size_t(lines) * kRecordSize + sizeof m_Trailer);
   BYTE* p = out.data();
   auto put = [&p](DWORD v) {
-    p[0] = BYTE(v); p[1] = BYTE(v >> 8); p[2] = BYTE(v >> 16); p[3] = BYTE(v >> 24);
+    StoreU32LE(p, v);
     p += 4;
   };
   for (ULONG i = 0; i < lines; ++i) {
@@ -293,42 +255,23 @@ void CEsd::Serialize(std::vector<BYTE>& out) const {
 }
 
 BOOL CEsd::WriteToMemory(std::vector<BYTE>& out) const {
-  try {
+  BOOL ok = tracefile::Guarded<CEsdException>([&] {
     Serialize(out);
     return TRUE;
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  out.clear();
-  return FALSE;
+  });
+  if (!ok) out.clear();
+  return ok;
 }
 
 BOOL CEsd::Write(const CString& path) {
   m_strFileName = path;
-  m_bStatusValid = FALSE;
-  try {
+  return tracefile::WithFile<CEsdException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
     std::vector<BYTE> bytes;
     Serialize(bytes);
-    CFile file(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary);
-    try {
-      WriteAllBytes(file, bytes.data(), bytes.size());
-      file.GetStatus(*m_pFileStatus);
-      file.Close();
-    } catch (...) {
-      file.Abort();
-      throw;
-    }
-    m_bStatusValid = TRUE;
+    if (!file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary)) return FALSE;
+    WriteAllBytes(file, bytes.data(), bytes.size());
     return TRUE;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CEsdException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  return FALSE;
+  });
 }
 
 }  // namespace zev

@@ -9,6 +9,8 @@
 #include <new>
 
 #include "formats/ByteCursor.h"
+#include "formats/ByteOrder.h"
+#include "formats/TraceFile.h"
 
 namespace zev {
 
@@ -34,9 +36,6 @@ double VersionNumber(const char (&text)[4]) {
   return v;
 }
 
-inline DWORD GetU32(const BYTE* p) { return DWORD(p[0]) << 24 | DWORD(p[1]) << 16 | DWORD(p[2]) << 8 | p[3]; }
-inline WORD GetU16(const BYTE* p) { return WORD(p[0] << 8 | p[1]); }
-
 // The need bytes at offset, with zeros for whatever lies past the end of the data;
 // the cursor moves as reading them would. The caller has bounded need by the data's
 // size, so the padded copy made for a cut file stays small.
@@ -53,16 +52,17 @@ const BYTE* Block(ByteCursor& cur, std::uint64_t offset, std::size_t need, std::
   return scratch.data();
 }
 
+// Stores that return where the next value goes.
 inline BYTE* PutU32(BYTE* p, DWORD v) {
-  p[0] = BYTE(v >> 24); p[1] = BYTE(v >> 16); p[2] = BYTE(v >> 8); p[3] = BYTE(v);
+  StoreU32(p, v);
   return p + 4;
 }
 inline BYTE* PutU32LE(BYTE* p, DWORD v) {
-  p[0] = BYTE(v); p[1] = BYTE(v >> 8); p[2] = BYTE(v >> 16); p[3] = BYTE(v >> 24);
+  StoreU32LE(p, v);
   return p + 4;
 }
 inline BYTE* PutU16(BYTE* p, WORD v) {
-  p[0] = BYTE(v >> 8); p[1] = BYTE(v);
+  StoreU16(p, v);
   return p + 2;
 }
 
@@ -221,7 +221,7 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
       const BYTE* p = Block(cur, m_Header.basesOffset, std::size_t(n) * 12, scratch);
       for (DWORD i = 0; i < n; ++i, p += 12) {
         ScfBase& b = m_Bases[i];
-        b.peakIndex = GetU32(p);
+        b.peakIndex = LoadU32(p);
         b.probA = p[4];
         b.probC = p[5];
         b.probG = p[6];
@@ -236,7 +236,7 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
       const BYTE* prob = p + std::size_t(n) * 4;
       for (DWORD i = 0; i < n; ++i) {
         ScfBase& b = m_Bases[i];
-        b.peakIndex = GetU32(p + 4 * std::size_t(i));
+        b.peakIndex = LoadU32(p + 4 * std::size_t(i));
         b.probA = prob[i];
         b.probC = prob[n + i];
         b.probG = prob[2 * std::size_t(n) + i];
@@ -273,13 +273,13 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
       m_Samples2.resize(n);
       if (m_nVersion == 210) {
         for (DWORD i = 0; i < n; ++i, p += 8)
-          m_Samples2[i] = {GetU16(p), GetU16(p + 2), GetU16(p + 4), GetU16(p + 6)};
+          m_Samples2[i] = {LoadU16(p), LoadU16(p + 2), LoadU16(p + 4), LoadU16(p + 6)};
       } else {
         const BYTE* q[4] = {p, p + 2 * std::size_t(n), p + 4 * std::size_t(n), p + 6 * std::size_t(n)};
         std::uint32_t x[4] = {}, y[4] = {};
         for (DWORD i = 0; i < n; ++i) {
           for (std::size_t k = 0; k < 4; ++k) {
-            x[k] += GetU16(q[k] + 2 * std::size_t(i));
+            x[k] += LoadU16(q[k] + 2 * std::size_t(i));
             y[k] += x[k];
           }
           m_Samples2[i] = {WORD(y[0]), WORD(y[1]), WORD(y[2]), WORD(y[3])};
@@ -313,7 +313,7 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
     m_RawData.resize(n);
     const BYTE* p =
         Block(cur, std::uint64_t(m_Header.privateOffset) + m_PrivateHeader.rawDataOffset, std::size_t(n) * 8, scratch);
-    for (DWORD i = 0; i < n; ++i, p += 8) m_RawData[i] = {{GetU16(p), GetU16(p + 2), GetU16(p + 4), GetU16(p + 6)}};
+    for (DWORD i = 0; i < n; ++i, p += 8) m_RawData[i] = {{LoadU16(p), LoadU16(p + 2), LoadU16(p + 4), LoadU16(p + 6)}};
   }
   if (DWORD n = m_PrivateHeader.cvtDataSize) {
     CheckCount(n, sizeof(ScfCvtData), size);
@@ -330,57 +330,36 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
 
 BOOL CScf::ReadFromMemory(const void* data, std::size_t size) {
   m_bStatusValid = FALSE;
-  try {
+  return tracefile::Guarded<CScfException>([&] {
     Parse(static_cast<const BYTE*>(data), size, false);
     return TRUE;
-  } catch (const CScfException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  return FALSE;
+  });
 }
 
 BOOL CScf::GetFileStatsFromMemory(const void* data, std::size_t size, unsigned int& samples,
                                   unsigned int& rawData) {
   m_bStatusValid = FALSE;
-  try {
+  return tracefile::Guarded<CScfException>([&] {
     Parse(static_cast<const BYTE*>(data), size, true);
     samples = m_Header.samples;
     rawData = m_PrivateHeader.rawDataSize;
     return TRUE;
-  } catch (const CScfException&) {
-  }
-  return FALSE;
+  });
 }
 
 BOOL CScf::ReadFile(const CString& path, bool statsOnly) {
   m_strFileName = path;
-  m_bStatusValid = FALSE;
-  CFile file;
-  try {
-    if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) {
+  return tracefile::WithFile<CScfException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
+    std::vector<BYTE> bytes;
+    if (!tracefile::OpenAndReadAll(file, path, bytes)) {
       // The open is not tested: the failure shows at the first seek, after the
       // member data has been released.
       InitMemberData();
       return FALSE;
     }
-    std::vector<BYTE> bytes;
-    ReadAllBytes(file, bytes);
     Parse(bytes.data(), bytes.size(), statsOnly);
-    file.GetStatus(*m_pFileStatus);
-    file.Close();
-    m_bStatusValid = TRUE;
     return TRUE;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CScfException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  file.Abort();
-  return FALSE;
+  });
 }
 
 BOOL CScf::Read(const CString& path) { return ReadFile(path, false); }
@@ -520,39 +499,24 @@ void CScf::Serialize(std::vector<BYTE>& out) {
 
 BOOL CScf::WriteToMemory(std::vector<BYTE>& out) {
   m_bStatusValid = FALSE;
-  try {
+  BOOL ok = tracefile::Guarded<CScfException>([&] {
     Serialize(out);
     return TRUE;
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  out.clear();
-  return FALSE;
+  });
+  if (!ok) out.clear();
+  return ok;
 }
 
 BOOL CScf::Write(const CString& path) {
   m_strFileName = path;
-  m_bStatusValid = FALSE;
-  CFile file;
-  try {
+  return tracefile::WithFile<CScfException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
     std::vector<BYTE> bytes;
     Serialize(bytes);
     // The open is not tested: an unwritable path fails at the first write.
     file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary);
     WriteAllBytes(file, bytes.data(), bytes.size());
-    file.GetStatus(*m_pFileStatus);
-    file.Close();
-    m_bStatusValid = TRUE;
     return TRUE;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (CMemoryException* e) {
-    e->Delete();
-  } catch (const std::bad_alloc&) {
-  }
-  file.Abort();
-  return FALSE;
+  });
 }
 
 // ---- building ----

@@ -1,0 +1,60 @@
+// The frame that the SCF, ESD and CRV readers and writers share: what their failures
+// turn into, and how a named file is opened, read, written, closed and stat'ed.
+#pragma once
+#include <new>
+#include <vector>
+
+#include "formats/ByteCursor.h"
+#include "zevutil/platform/CFile.h"
+
+namespace zev {
+namespace tracefile {
+
+// Runs body and gives its result, or FALSE when it throws what reading or writing a
+// trace file can throw: a file or memory exception (released here), the format's own
+// exception, or a failed allocation. Anything else goes on to the caller.
+template <class FormatException, class Body>
+BOOL Guarded(Body&& body) {
+  try {
+    return body() ? TRUE : FALSE;
+  } catch (CFileException* e) {
+    e->Delete();
+  } catch (const FormatException&) {
+    // The message is not shown anywhere.
+  } catch (CMemoryException* e) {
+    e->Delete();
+  } catch (const std::bad_alloc&) {
+  }
+  return FALSE;
+}
+
+// A Read or Write on a named file. body is given a file that is not open yet; it opens
+// and uses it, and returns FALSE to give up without an error (the file is then left as
+// body left it). When body succeeds, the file's status is kept in status, the file is
+// closed and statusValid set; any failure closes the file quietly and gives FALSE.
+// statusValid is FALSE from the start, whatever happens.
+template <class FormatException, class Body>
+BOOL WithFile(CFileStatus& status, BOOL& statusValid, Body&& body) {
+  statusValid = FALSE;
+  CFile file;
+  BOOL ok = Guarded<FormatException>([&]() -> BOOL {
+    if (!body(file)) return FALSE;
+    file.GetStatus(status);
+    file.Close();
+    statusValid = TRUE;
+    return TRUE;
+  });
+  file.Abort();  // nothing left to close after a success
+  return ok;
+}
+
+// Opens path for reading and takes the whole file into bytes. False when it cannot be
+// opened; a read error throws as the file's Read does.
+inline bool OpenAndReadAll(CFile& file, const CString& path, std::vector<BYTE>& bytes) {
+  if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) return false;
+  ReadAllBytes(file, bytes);
+  return true;
+}
+
+}  // namespace tracefile
+}  // namespace zev
