@@ -585,63 +585,57 @@ int CAbi::InitVcptDataSizeAndArray(unsigned int n) {
 // ---- Element access ----
 
 namespace {
-// An index the count allows and the array holds. The array can be shorter than the
-// count only after misuse (a table swapped by Write, a table rebuilt over an array).
-inline bool InRange(int i, int count, std::size_t held) { return i >= 0 && i < count && std::size_t(i) < held; }
+int StorePoint(AbiTraceRecord* at, AbiTraceRecord point) {
+  if (!at) return 0;
+  *at = point;
+  return 1;
+}
+
+int LoadPoint(const AbiTraceRecord* at, unsigned short& v0, unsigned short& v1, unsigned short& v2,
+              unsigned short& v3) {
+  if (!at) return 0;
+  v0 = at->Slot[0], v1 = at->Slot[1], v2 = at->Slot[2], v3 = at->Slot[3];
+  return 1;
+}
 }  // namespace
 
 int CAbi::SetSample(int i, unsigned short a, unsigned short c, unsigned short g, unsigned short t) {
-  if (!InRange(i, GetSampleCount(), m_samples.n)) return 0;
-  m_samples.get()[i] = AbiTraceRecord{{a, c, g, t}};
-  return 1;
+  return StorePoint(abif::Element(m_samples, i, GetSampleCount()), AbiTraceRecord{{a, c, g, t}});
 }
 
 int CAbi::GetSample(int i, unsigned short& a, unsigned short& c, unsigned short& g, unsigned short& t) {
-  if (!InRange(i, GetSampleCount(), m_samples.n)) return 0;
-  const AbiTraceRecord& r = m_samples.get()[i];
-  a = r.Slot[0], c = r.Slot[1], g = r.Slot[2], t = r.Slot[3];
-  return 1;
+  return LoadPoint(abif::Element(m_samples, i, GetSampleCount()), a, c, g, t);
 }
 
 int CAbi::SetRawData(int i, unsigned short a, unsigned short c, unsigned short g, unsigned short t) {
-  if (!InRange(i, GetRawDataCount(), m_rawData.n)) return 0;
-  m_rawData.get()[i] = AbiTraceRecord{{a, c, g, t}};
-  return 1;
+  return StorePoint(abif::Element(m_rawData, i, GetRawDataCount()), AbiTraceRecord{{a, c, g, t}});
 }
 
 int CAbi::GetRawData(int i, unsigned short& a, unsigned short& c, unsigned short& g, unsigned short& t) {
-  if (!InRange(i, GetRawDataCount(), m_rawData.n)) return 0;
-  const AbiTraceRecord& r = m_rawData.get()[i];
-  a = r.Slot[0], c = r.Slot[1], g = r.Slot[2], t = r.Slot[3];
-  return 1;
+  return LoadPoint(abif::Element(m_rawData, i, GetRawDataCount()), a, c, g, t);
 }
 
 int CAbi::SetVcptData(int i, unsigned short v0, unsigned short v1, unsigned short v2, unsigned short v3) {
-  if (!InRange(i, GetVcptCount(), m_vcptData.n)) return 0;
-  m_vcptData.get()[i] = AbiTraceRecord{{v0, v1, v2, v3}};
-  return 1;
+  return StorePoint(abif::Element(m_vcptData, i, GetVcptCount()), AbiTraceRecord{{v0, v1, v2, v3}});
 }
 
 int CAbi::GetVcptData(int i, unsigned short& v0, unsigned short& v1, unsigned short& v2, unsigned short& v3) {
-  if (!InRange(i, GetVcptCount(), m_vcptData.n)) return 0;
-  const AbiTraceRecord& r = m_vcptData.get()[i];
-  v0 = r.Slot[0], v1 = r.Slot[1], v2 = r.Slot[2], v3 = r.Slot[3];
-  return 1;
+  return LoadPoint(abif::Element(m_vcptData, i, GetVcptCount()), v0, v1, v2, v3);
 }
 
 int CAbi::SetBase(int i, unsigned short position, char base) {
-  if (!InRange(i, GetBaseCount(), m_bases.n)) return 0;
-  AbiBaseRecord& r = m_bases.get()[i];
-  r.Position = position;
-  r.Base = base;
+  AbiBaseRecord* r = abif::Element(m_bases, i, GetBaseCount());
+  if (!r) return 0;
+  r->Position = position;
+  r->Base = base;
   return 1;
 }
 
 int CAbi::GetBase(int i, unsigned short& position, char& base) {
-  if (!InRange(i, GetBaseCount(), m_bases.n)) return 0;
-  const AbiBaseRecord& r = m_bases.get()[i];
-  position = r.Position;
-  base = r.Base;
+  const AbiBaseRecord* r = abif::Element(m_bases, i, GetBaseCount());
+  if (!r) return 0;
+  position = r->Position;
+  base = r->Base;
   return 1;
 }
 

@@ -128,23 +128,19 @@ int CAbi::GetStandardPeakCount() {
 // The guards of the peak accessors refused no index; here an index outside the list is
 // refused instead of reaching past it, and every index inside behaves as before.
 void CAbi::SetPeakInfo(int i, AbiPeak_parameters& peak) {
-  if (i < 0 || std::size_t(i) >= m_peaks.n) return;
-  m_peaks.get()[i] = peak;
+  if (auto* at = abif::Element(m_peaks, i)) *at = peak;
 }
 
 void CAbi::GetPeakInfo(int i, AbiPeak_parameters& peak) {
-  if (i < 0 || std::size_t(i) >= m_peaks.n) return;
-  peak = m_peaks.get()[i];
+  if (auto* at = abif::Element(m_peaks, i)) peak = *at;
 }
 
 void CAbi::SetStandardPeakInfo(int i, AbiStandardPeak& peak) {
-  if (i < 0 || std::size_t(i) >= m_standardPeaks.n) return;
-  m_standardPeaks.get()[i] = peak;
+  if (auto* at = abif::Element(m_standardPeaks, i)) *at = peak;
 }
 
 void CAbi::GetStandardPeakInfo(int i, AbiStandardPeak& peak) {
-  if (i < 0 || std::size_t(i) >= m_standardPeaks.n) return;
-  peak = m_standardPeaks.get()[i];
+  if (auto* at = abif::Element(m_standardPeaks, i)) peak = *at;
 }
 
 void CAbi::SetStandardChannel(int channel) {

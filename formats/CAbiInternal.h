@@ -3,6 +3,7 @@
 #pragma once
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <vector>
 
@@ -97,6 +98,15 @@ inline int SlotOfLetter(char letter) {
     case 'T': return 3;
     default: return -1;
   }
+}
+
+// The element at index i of an array, or null when i is negative, reaches the count or
+// lies past what the array holds. An array holds fewer than its count only after misuse
+// (a table swapped by Write, a table rebuilt over an array); the peak lists have no count
+// but their own size.
+template <class Array>
+auto Element(const Array& array, int i, LONG count = std::numeric_limits<LONG>::max()) -> decltype(array.get()) {
+  return i >= 0 && i < count && std::size_t(i) < array.n ? array.get() + i : nullptr;
 }
 
 // A pascal string at the record's offset: a length byte and that many characters,
