@@ -1,11 +1,13 @@
-// Shared by the object-header fuzzers: reading any bytes into a record, and the
+// Shared by the fuzzers of stored records: reading any bytes into a record, and the
 // fixed point of the stored form (what is written once reads back and writes the same).
 #pragma once
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "FuzzSupport.h"
 #include "zevutil/CMemArchive.h"
+#include "zevutil/VqDictionary.h"
 #include "zevutil/VqeReportStream.h"
 
 namespace zevfuzz {
@@ -35,16 +37,33 @@ zev::CByteArray Store(T& record) {
   return bytes;
 }
 
-// Writing, reading that back and writing again gives the same bytes.
-template <class T>
-void CheckFixedPoint(T& record) {
+// Writing, reading that back and writing again gives the same bytes; the record read
+// back must also be same(record, again).
+template <class T, class Same>
+void CheckFixedPoint(T& record, Same same) {
   const zev::CByteArray first = Store(record);
   T again;
-  if (!ReadAll(again, first.GetData(), size_t(first.GetSize()))) __builtin_trap();
+  Check(ReadAll(again, first.GetData(), size_t(first.GetSize())));
+  Check(same(record, again));
   const zev::CByteArray second = Store(again);
-  if (first.GetSize() != second.GetSize() ||
-      (first.GetSize() > 0 && std::memcmp(first.GetData(), second.GetData(), size_t(first.GetSize())) != 0))
-    __builtin_trap();
+  Check(first.GetSize() == second.GetSize() &&
+        (first.GetSize() == 0 || std::memcmp(first.GetData(), second.GetData(), size_t(first.GetSize())) == 0));
+}
+
+template <class T>
+void CheckFixedPoint(T& record) {
+  CheckFixedPoint(record, [](const T&, const T&) { return true; });
+}
+
+// Two dictionaries hold the same keys and values in the same order, and the same checksum.
+inline bool SameEntries(const zev::VqDictionary& a, const zev::VqDictionary& b) {
+  if (a.GetCount() != b.GetCount() || a.GetCRC() != b.GetCRC()) return false;
+  for (unsigned i = 0; i < unsigned(a.GetCount()); ++i) {
+    zev::CString va, vb;
+    zev::CString ka(a.GetAt(i, va)), kb(b.GetAt(i, vb));
+    if (ka != kb || va != vb) return false;
+  }
+  return true;
 }
 
 }  // namespace zevfuzz

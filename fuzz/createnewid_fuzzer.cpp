@@ -10,22 +10,20 @@
 #include <functional>
 #include <memory>
 
+#include "FuzzSupport.h"
 #include "zevutil/CMemArchive.h"
 #include "zevutil/CObSeqID.h"
 #include "zevutil/CObSeqIDList.h"
 #include "zevutil/CZevVersionID.h"
 
 using namespace zev;
+using zevfuzz::Check;
 
 namespace {
 
 // Every identifier reads the local time zone when it is built; a fixed zone keeps
 // that cheap and the runs repeatable.
 const int kFixedZone = (setenv("TZ", "UTC", 1), tzset(), 0);
-
-void Check(bool ok) {
-  if (!ok) __builtin_trap();
-}
 
 // Store and load again: the stored fields come back.
 void CheckRoundTrip(CObSeqID& id) {

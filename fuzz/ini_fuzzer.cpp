@@ -1,39 +1,21 @@
 // Parses any bytes as an INI file: lists its sections and keys, reads every value as
 // text and as an integer, then writes, deletes and re-reads in the same file. A write
 // must read back and leave every other value as it was.
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "FuzzSupport.h"
 #include "zevutil/platform/Locale.h"
 #include "zevutil/platform/Profile.h"
 
 using namespace zev;
+using zevfuzz::Check;
 
 namespace {
 
-// A scratch folder for this process, removed when it exits.
-struct ScratchFolder {
-  std::filesystem::path path;
-  ScratchFolder() {
-    std::filesystem::path base =
-        std::filesystem::exists("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
-    path = base / ("zev_ini_fuzz_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(path);
-  }
-  ~ScratchFolder() {
-    std::error_code ec;
-    std::filesystem::remove_all(path, ec);
-  }
-};
-
 const std::string& ScratchFile() {
-  static const ScratchFolder folder;
+  static const zevfuzz::ScratchFolder folder("zev_ini_fuzz_");
   static const std::string path = (folder.path / "fuzz.ini").string();
   return path;
 }
@@ -56,19 +38,12 @@ std::string Value(const std::string& sec, const std::string& key, const std::str
   return std::string(buf.data(), n);
 }
 
-void Check(bool ok) {
-  if (!ok) __builtin_trap();
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size > (1u << 16)) return 0;
   const std::string& file = ScratchFile();
-  {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(data), std::streamsize(size));
-  }
+  zevfuzz::WriteFile(file, data, size);
   struct Entry {
     std::string sec, key, value;
   };

@@ -4,16 +4,14 @@
 #include <cstdint>
 #include <cstring>
 
+#include "FuzzSupport.h"
 #include "zevutil/CMemArchive.h"
 #include "zevutil/VqeReportStream.h"
 
 using namespace zev;
+using zevfuzz::Check;
 
 namespace {
-void Check(bool ok) {
-  if (!ok) __builtin_trap();
-}
-
 void ReadOne(CMemArchive& ar, std::uint8_t op) {
   switch (op % 16) {
     case 0: { BYTE v; ar >> v; break; }

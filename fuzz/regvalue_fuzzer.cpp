@@ -1,44 +1,24 @@
 // Registry value data read back through CRegistryValue and its typed values, and
 // (when the first byte is odd) the bytes taken as a whole store file, opened and walked.
 // Typed reads must give back exactly what was stored, or leave the value alone.
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "zevutil/CRegistryValue.h"
 
 using namespace zev;
+using zevfuzz::Check;
 
 namespace {
 
-// A scratch folder for this process, removed when it exits.
-struct ScratchFolder {
-  std::filesystem::path path;
-  ScratchFolder() {
-    std::filesystem::path base =
-        std::filesystem::exists("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
-    path = base / ("zev_reg_fuzz_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(path);
-  }
-  ~ScratchFolder() {
-    std::error_code ec;
-    std::filesystem::remove_all(path, ec);
-  }
-};
-
 std::filesystem::path ScratchDir() {
-  static const ScratchFolder folder;
+  static const zevfuzz::ScratchFolder folder("zev_reg_fuzz_");
   static const bool pointed = RegSetStoreLocation(HKEY_CURRENT_USER, (folder.path / "values.db").c_str()) == 0;
   (void)pointed;
   return folder.path;
-}
-
-void Check(bool ok) {
-  if (!ok) __builtin_trap();
 }
 
 struct Record {
@@ -93,10 +73,7 @@ void ReadBackValue(DWORD type, const BYTE* data, size_t size) {
 void WalkStoreImage(const BYTE* data, size_t size) {
   std::filesystem::path file = ScratchDir() / "image.db";
   for (const char* extra : {"-wal", "-shm", "-journal"}) std::filesystem::remove(file.string() + extra);
-  {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(data), std::streamsize(size));
-  }
+  zevfuzz::WriteFile(file, data, size);
   RegSetStoreLocation(HKEY_LOCAL_MACHINE, file.c_str());
   RegVerifyStore(HKEY_LOCAL_MACHINE);
   HKEY stack[8] = {HKEY_LOCAL_MACHINE};

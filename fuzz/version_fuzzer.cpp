@@ -1,13 +1,11 @@
 // Version resources from any bytes: the input as a file image (PE or ELF) read by
 // ReadFileVersion, and as a VS_VERSIONINFO block queried directly.
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
+#include "FuzzSupport.h"
 #include "identity/VersionResource.h"
 #include "zevutil/CZevVersionID.h"
 
@@ -16,10 +14,8 @@ using namespace zev;
 namespace {
 
 const std::string& ScratchFile() {
-  static const std::string path = [] {
-    const char* dir = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-    return std::string(dir) + "/zev_version_fuzz_" + std::to_string(getpid()) + ".bin";
-  }();
+  static const zevfuzz::ScratchFolder folder("zev_version_fuzz_");
+  static const std::string path = (folder.path / "image.bin").string();
   return path;
 }
 
@@ -36,12 +32,11 @@ void Query(const std::vector<BYTE>& block) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // As a file, the way callers meet it.
-  if (FILE* f = std::fopen(ScratchFile().c_str(), "wb")) {
-    if (size) std::fwrite(data, 1, size, f);
-    std::fclose(f);
+  {
+    std::string path = ScratchFile();
+    zevfuzz::WriteFile(path, data, size);
     CZevVersionID version;
     int year = 0;
-    std::string path = ScratchFile();
     version.ReadFileVersion(path.data(), &year);
     CString text;
     version.GetIDString(text);
