@@ -255,23 +255,13 @@ void CEsd::Serialize(std::vector<BYTE>& out) const {
 }
 
 BOOL CEsd::WriteToMemory(std::vector<BYTE>& out) const {
-  BOOL ok = tracefile::Guarded<CEsdException>([&] {
-    Serialize(out);
-    return TRUE;
-  });
-  if (!ok) out.clear();
-  return ok;
+  return tracefile::SerializeToMemory<CEsdException>(out, [this](std::vector<BYTE>& bytes) { Serialize(bytes); });
 }
 
 BOOL CEsd::Write(const CString& path) {
   m_strFileName = path;
-  return tracefile::WithFile<CEsdException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
-    std::vector<BYTE> bytes;
-    Serialize(bytes);
-    if (!file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary)) return FALSE;
-    WriteAllBytes(file, bytes.data(), bytes.size());
-    return TRUE;
-  });
+  return tracefile::SerializeToFile<CEsdException>(path, *m_pFileStatus, m_bStatusValid,
+                                                   [this](std::vector<BYTE>& bytes) { Serialize(bytes); });
 }
 
 }  // namespace zev

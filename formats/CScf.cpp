@@ -499,24 +499,13 @@ void CScf::Serialize(std::vector<BYTE>& out) {
 
 BOOL CScf::WriteToMemory(std::vector<BYTE>& out) {
   m_bStatusValid = FALSE;
-  BOOL ok = tracefile::Guarded<CScfException>([&] {
-    Serialize(out);
-    return TRUE;
-  });
-  if (!ok) out.clear();
-  return ok;
+  return tracefile::SerializeToMemory<CScfException>(out, [this](std::vector<BYTE>& bytes) { Serialize(bytes); });
 }
 
 BOOL CScf::Write(const CString& path) {
   m_strFileName = path;
-  return tracefile::WithFile<CScfException>(*m_pFileStatus, m_bStatusValid, [&](CFile& file) {
-    std::vector<BYTE> bytes;
-    Serialize(bytes);
-    // The open is not tested: an unwritable path fails at the first write.
-    file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary);
-    WriteAllBytes(file, bytes.data(), bytes.size());
-    return TRUE;
-  });
+  return tracefile::SerializeToFile<CScfException>(path, *m_pFileStatus, m_bStatusValid,
+                                                   [this](std::vector<BYTE>& bytes) { Serialize(bytes); });
 }
 
 // ---- building ----

@@ -1,5 +1,5 @@
-// The frame that the SCF, ESD and CRV readers and writers share: what their failures
-// turn into, and how a named file is opened, read, written, closed and stat'ed.
+// The frame that the trace-file readers and writers share: what their failures turn
+// into, and how a named file is opened, read, written, closed and stat'ed.
 #pragma once
 #include <new>
 #include <vector>
@@ -54,6 +54,31 @@ inline bool OpenAndReadAll(CFile& file, const CString& path, std::vector<BYTE>& 
   if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) return false;
   ReadAllBytes(file, bytes);
   return true;
+}
+
+// Fills out with what serialize(out) makes; on failure out is emptied and the result
+// is FALSE.
+template <class FormatException, class Serialize>
+BOOL SerializeToMemory(std::vector<BYTE>& out, Serialize&& serialize) {
+  BOOL ok = Guarded<FormatException>([&] {
+    serialize(out);
+    return TRUE;
+  });
+  if (!ok) out.clear();
+  return ok;
+}
+
+// Writes what serialize(bytes) makes to a new file at path, in the frame of WithFile.
+// The bytes are made first, so nothing is created when that fails.
+template <class FormatException, class Serialize>
+BOOL SerializeToFile(const CString& path, CFileStatus& status, BOOL& statusValid, Serialize&& serialize) {
+  return WithFile<FormatException>(status, statusValid, [&](CFile& file) {
+    std::vector<BYTE> bytes;
+    serialize(bytes);
+    if (!file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary)) return FALSE;
+    WriteAllBytes(file, bytes.data(), bytes.size());
+    return TRUE;
+  });
 }
 
 }  // namespace tracefile
