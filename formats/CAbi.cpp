@@ -8,6 +8,7 @@
 #include <string>
 
 #include "formats/CAbiInternal.h"
+#include "formats/TraceFile.h"
 
 namespace zev {
 
@@ -71,6 +72,20 @@ class FileBytes {
   std::uint8_t* m_data = nullptr;
   std::size_t m_size = 0;
 };
+
+// Opens the file at path, takes it whole and hands it to use with a big-endian cursor
+// over its bytes. Gives 0 when the file cannot be opened or read, is no ABIF file, or
+// asks for more memory than there is.
+template <class Use>
+int ReadWholeFile(const CString& path, Use&& use) {
+  return tracefile::Guarded<CabiException>([&] {
+    CFile file(path, CFile::modeRead | CFile::typeBinary);
+    FileBytes bytes(file);
+    ByteCursor in(bytes.data(), bytes.size(), true);
+    use(file, in);
+    return 1;
+  });
+}
 
 Abi_flag_record ParseRecord(const std::uint8_t* p) {
   Abi_flag_record r;
@@ -165,47 +180,26 @@ void CAbi::InitMemberData() {
 int CAbi::Read(const CString& path) {
   m_strFileName = path;
   m_bStatusValid = 0;
-  try {
-    CFile file(path, CFile::modeRead | CFile::typeBinary);
-    FileBytes bytes(file);
+  return ReadWholeFile(path, [this](CFile& file, ByteCursor& in) {
     InitMemberData();
-    ByteCursor in(bytes.data(), bytes.size(), true);
     ParseFile(in, false);
     if (!m_pFileStatus) m_pFileStatus = std::make_shared<CFileStatus>();
     file.GetStatus(*m_pFileStatus);
     m_bStatusValid = 1;
     file.Close();
-    return 1;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CabiException&) {
-    // The message is not shown anywhere.
-  } catch (CMemoryException* e) {
-    e->Delete();
-  }
-  return 0;
+  });
 }
 
 int CAbi::GetFileStats(const CString& path, unsigned int& samples, unsigned int& rawData) {
   samples = 0;
   rawData = 0;
   m_bStatusValid = 0;
-  try {
-    CFile file(path, CFile::modeRead | CFile::typeBinary);
-    FileBytes bytes(file);
+  return ReadWholeFile(path, [&](CFile&, ByteCursor& in) {
     InitMemberData();
-    ByteCursor in(bytes.data(), bytes.size(), true);
     ParseFile(in, true);
     if (m_bSequenceFile || m_bFragmentFile) samples = unsigned(GetSampleCount());
     rawData = unsigned(GetRawDataCount());
-    return 1;
-  } catch (CFileException* e) {
-    e->Delete();
-  } catch (const CabiException&) {
-  } catch (CMemoryException* e) {
-    e->Delete();
-  }
-  return 0;
+  });
 }
 
 void CAbi::ParseFile(ByteCursor& in, bool directoryOnly) {
@@ -382,7 +376,7 @@ int CAbi::Write(const CString& path) {
   m_strFileName = path;
   m_bStatusValid = 0;
   CFile file;
-  try {
+  int ok = tracefile::Guarded<CabiException>([&] {
     CFileException error;
     if (!file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::typeBinary, &error))
       AfxThrowFileException(error.m_cause, error.m_lOsError, path);
@@ -403,12 +397,7 @@ int CAbi::Write(const CString& path) {
     WriteHeader(out);
     m_nWriteCursor = out.Cursor();  // kept: never goes back to 128, so a Write is good once
 
-    const std::vector<std::uint8_t>& data = out.Data();
-    for (std::size_t done = 0; done < data.size();) {
-      UINT chunk = UINT(std::min<std::size_t>(data.size() - done, 1u << 30));
-      file.Write(data.data() + done, chunk);
-      done += chunk;
-    }
+    WriteAllBytes(file, out.Data().data(), out.Data().size());
     file.Seek(0, CFile::begin);
     file.Write(out.Header(), 128);
     if (!m_pFileStatus) m_pFileStatus = std::make_shared<CFileStatus>();
@@ -416,14 +405,9 @@ int CAbi::Write(const CString& path) {
     m_bStatusValid = 1;
     file.Close();
     return 1;
-  } catch (CFileException* e) {
-    file.Abort();
-    e->Delete();
-  } catch (CMemoryException* e) {
-    file.Abort();
-    e->Delete();
-  }
-  return 0;
+  });
+  if (!ok) file.Abort();
+  return ok;
 }
 
 void CAbi::WriteTrace(Image& out, int firstTag, LONG count, const SharedArray<AbiTraceRecord>& array) {
