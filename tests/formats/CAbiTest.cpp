@@ -51,12 +51,9 @@ TEST(CAbi, WrittenSequenceFileHasTheFixedLayout) {
 
   // Every record in directory order; data offsets follow the data area's own order:
   // MCHN, Rate, SMPL, PDMF, S/N%, PLOC 1-2, PBAS 1-2, DATA 9-12, DATA 1-4.
-  struct Row {
-    const char* key;
-    int type, size, count, dataSize;
-    std::uint32_t data;
-  };
-  const Row rows[] = {
+  auto dir = Directory(file);
+  ASSERT_EQ(dir.size(), 33u);
+  ExpectEntries(dir, {
       {"DATA1", 4, 2, 3, 6, 225},  {"DATA2", 4, 2, 3, 6, 231},  {"DATA3", 4, 2, 3, 6, 237},
       {"DATA4", 4, 2, 3, 6, 243},  {"DATA5", 0, 0, 0, 0, 0},    {"DATA8", 0, 0, 0, 0, 0},
       {"DATA9", 4, 2, 3, 6, 201},  {"DATA10", 4, 2, 3, 6, 207}, {"DATA11", 4, 2, 3, 6, 213},
@@ -69,19 +66,7 @@ TEST(CAbi, WrittenSequenceFileHasTheFixedLayout) {
       {"RUND1", 10, 4, 1, 4, (2021u << 16) | (3 << 8) | 4}, {"RUND2", 10, 4, 1, 4, (2021u << 16) | (3 << 8) | 4},
       {"RUNT1", 11, 4, 1, 4, 0x05060700}, {"RUNT2", 11, 4, 1, 4, 0x08090A00},
       {"SMPL1", 18, 1, 11, 11, 150}, {"S/N%1", 4, 2, 4, 8, 169}, {"SPAC1", 7, 4, 1, 4, 0x41480000},
-  };
-  auto dir = Directory(file);
-  ASSERT_EQ(dir.size(), 33u);
-  for (const Row& r : rows) {
-    SCOPED_TRACE(r.key);
-    ASSERT_TRUE(dir.count(r.key));
-    const Entry& e = dir[r.key];
-    EXPECT_EQ(e.type, r.type);
-    EXPECT_EQ(e.size, r.size);
-    EXPECT_EQ(e.count, r.count);
-    EXPECT_EQ(e.dataSize, r.dataSize);
-    EXPECT_EQ(e.data, r.data);
-  }
+  });
   EXPECT_EQ(dir["DATA1"].position, 0u);
   EXPECT_EQ(dir["AEPt1"].position, 12u);
   EXPECT_EQ(dir["SPAC1"].position, 32u);

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,30 @@ inline std::map<std::string, Entry> Directory(const Bytes& file, std::int64_t at
     dir.emplace(std::string(reinterpret_cast<const char*>(&file[at]), 4) + std::to_string(BE32(file, at + 4)), e);
   }
   return dir;
+}
+
+// What a test expects of the directory entry "NAMEn"; a data field of nullopt is not
+// compared (a value that depends on the clock or the time zone).
+struct ExpectedEntry {
+  const char* key;
+  int type, size, count, dataSize;
+  std::optional<std::uint32_t> data;
+};
+
+inline void ExpectEntries(const std::map<std::string, Entry>& dir, std::initializer_list<ExpectedEntry> rows) {
+  for (const ExpectedEntry& r : rows) {
+    SCOPED_TRACE(r.key);
+    auto it = dir.find(r.key);
+    ASSERT_NE(it, dir.end());
+    const Entry& e = it->second;
+    EXPECT_EQ(e.type, r.type);
+    EXPECT_EQ(e.size, r.size);
+    EXPECT_EQ(e.count, r.count);
+    EXPECT_EQ(e.dataSize, r.dataSize);
+    if (r.data) {
+      EXPECT_EQ(e.data, *r.data);
+    }
+  }
 }
 
 // A minimal ABIF file: header and a directory of the given entries, whose data follows
