@@ -29,10 +29,11 @@ BOOL Guarded(Body&& body) {
 }
 
 // A Read or Write on a named file. body is given a file that is not open yet; it opens
-// and uses it, and returns FALSE to give up without an error (the file is then left as
-// body left it). When body succeeds, the file's status is kept in status, the file is
-// closed and statusValid set; any failure closes the file quietly and gives FALSE.
-// statusValid is FALSE from the start, whatever happens.
+// and uses it, and returns FALSE to give up quietly. When body succeeds, the file's
+// status is kept in status, the file is closed and statusValid set. When it gives up
+// or throws, the file is closed without further errors, statusValid stays FALSE (it is
+// cleared first, so a failure never leaves the status of an earlier success valid) and
+// the result is FALSE.
 template <class FormatException, class Body>
 BOOL WithFile(CFileStatus& status, BOOL& statusValid, Body&& body) {
   statusValid = FALSE;
