@@ -6,14 +6,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <map>
 #include <string>
 #include <vector>
 
-extern "C" {
-#include <io_lib/Read.h>
-}
-
+#include "bench/BenchSupport.h"
+#include "bench/FileReadBench.h"
 #include "zevutil/CAbi.h"
 
 namespace {
@@ -29,9 +26,7 @@ const std::vector<std::string>& Files() {
     std::sort(all.begin(), all.end());
     for (const std::string& f : all) {
       zev::CAbi abi;
-      Read* r = read_reading(const_cast<char*>(f.c_str()), TT_ABI);
-      if (r && abi.Read(f.c_str()) && abi.GetSampleCount() > 0) both.push_back(f);
-      if (r) read_deallocate(r);
+      if (benchsupport::IoLibReads(f, TT_ABI) && abi.Read(f.c_str()) && abi.GetSampleCount() > 0) both.push_back(f);
     }
     return both;
   }();
@@ -39,52 +34,11 @@ const std::vector<std::string>& Files() {
 }
 
 void BM_CAbiRead(benchmark::State& state) {
-  const auto& files = Files();
-  for (auto _ : state) {
-    for (const std::string& f : files) {
-      zev::CAbi abi;
-      if (!abi.Read(f.c_str())) state.SkipWithError("CAbi::Read failed");
-      benchmark::DoNotOptimize(abi.GetSampleCount());
-    }
-  }
-  state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(files.size()));
+  benchsupport::ReadEachFile<zev::CAbi>(state, Files(), "CAbi::Read failed",
+                                        [](zev::CAbi& abi) { return abi.GetSampleCount(); });
 }
 
-void BM_IoLibRead(benchmark::State& state) {
-  const auto& files = Files();
-  for (auto _ : state) {
-    for (const std::string& f : files) {
-      Read* r = read_reading(const_cast<char*>(f.c_str()), TT_ABI);
-      if (!r) {
-        state.SkipWithError("read_reading failed");
-        break;
-      }
-      benchmark::DoNotOptimize(r->NPoints);
-      read_deallocate(r);
-    }
-  }
-  state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(files.size()));
-}
-
-// Prints the usual table and remembers each run's rate for the ratio.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      auto it = r.counters.find("items_per_second");
-      if (it != r.counters.end()) m_rates[r.benchmark_name()] = it->second.value;
-    }
-  }
-  double Rate(const std::string& name) const {
-    auto it = m_rates.find(name);
-    return it == m_rates.end() ? 0.0 : it->second;
-  }
-
- private:
-  std::map<std::string, double> m_rates;
-};
+void BM_IoLibRead(benchmark::State& state) { benchsupport::ReadEachFileWithIoLib(state, Files(), TT_ABI); }
 
 }  // namespace
 
@@ -92,13 +46,13 @@ BENCHMARK(BM_CAbiRead)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_IoLibRead)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  if (!benchsupport::Initialize(argc, argv)) return 1;
   std::printf("ABIF files read by both: %zu\n", Files().size());
   if (Files().empty()) return 1;
-  RatioReporter reporter;
+  benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  double ours = reporter.Rate("BM_CAbiRead"), peer = reporter.Rate("BM_IoLibRead");
+  double ours = reporter.Last("BM_CAbiRead", "items_per_second");
+  double peer = reporter.Last("BM_IoLibRead", "items_per_second");
   int status = 0;
   if (ours > 0 && peer > 0) {
     double ratio = ours / peer;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "frame/CCalcCRC32Kernels.h"
 #include "zevutil/CCalcCRC32.h"
 
@@ -56,29 +57,6 @@ void BM_Slicing16(benchmark::State& state) {
 
 constexpr int64_t kSizes[] = {1 << 20, 64 << 20};
 
-// Prints the usual table and remembers each run's throughput for the ratios.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      auto it = r.counters.find("bytes_per_second");
-      if (it == r.counters.end()) continue;
-      auto& s = m_rates[r.benchmark_name()];
-      s.first += it->second.value;
-      s.second += 1;
-    }
-  }
-  double Rate(const std::string& name) const {
-    auto it = m_rates.find(name);
-    return it == m_rates.end() || it->second.second == 0 ? 0.0 : it->second.first / it->second.second;
-  }
-
- private:
-  std::map<std::string, std::pair<double, int>> m_rates;
-};
-
 }  // namespace
 
 BENCHMARK(BM_CalcBlock)->Arg(kSizes[0])->Arg(kSizes[1]);
@@ -86,16 +64,15 @@ BENCHMARK(BM_Zlib)->Arg(kSizes[0])->Arg(kSizes[1]);
 BENCHMARK(BM_Slicing16)->Arg(kSizes[0])->Arg(kSizes[1]);
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  if (!benchsupport::Initialize(argc, argv)) return 1;
+  benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\nCalcBlock kernel: %s\n", zev::crc32_kernels::HaveClmul() ? "carry-less multiply" : "slicing-by-16");
   int status = 0;
   for (int64_t size : kSizes) {
     std::string arg = std::to_string(size);
-    double ours = reporter.Rate("BM_CalcBlock/" + arg);
-    double zlib = reporter.Rate("BM_Zlib/" + arg);
+    double ours = reporter.Mean("BM_CalcBlock/" + arg);
+    double zlib = reporter.Mean("BM_Zlib/" + arg);
     if (ours <= 0 || zlib <= 0) continue;  // filtered out of this run
     double ratio = ours / zlib;
     std::printf("crc32 %3lld MiB: ours %.2f GiB/s, zlib %.2f GiB/s, ratio (ours/zlib) %.2f%s\n",

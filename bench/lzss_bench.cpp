@@ -4,7 +4,6 @@
 // targets: 1.5 for compression, 2.0 for expansion.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -13,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "bench/classic_lzss.h"
 #include "bench/text_corpus.h"
 #include "zevutil/VqDataCompressor.h"
@@ -105,39 +105,6 @@ void Args(benchmark::internal::Benchmark* b) {
   b->Unit(benchmark::kMillisecond);
 }
 
-// Prints the usual table and remembers each benchmark's best throughput over its
-// repetitions: on a shared machine the fastest run is the one least disturbed.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      auto it = r.counters.find("bytes_per_second");
-      if (it == r.counters.end()) continue;
-      double& best = m_rates[r.benchmark_name()];
-      best = std::max(best, double(it->second.value));
-    }
-  }
-  double Rate(const std::string& name) const {
-    auto it = m_rates.find(name);
-    return it == m_rates.end() ? 0.0 : it->second;
-  }
-
- private:
-  std::map<std::string, double> m_rates;
-};
-
-// The command line, with a few repetitions of each benchmark unless it asks otherwise.
-std::vector<char*> WithRepetitions(int argc, char** argv, const char* repetitions) {
-  std::vector<char*> args(argv, argv + argc);
-  bool given = false;
-  for (int i = 1; i < argc; ++i) given |= std::string(argv[i]).rfind("--benchmark_repetitions", 0) == 0;
-  if (!given) args.push_back(const_cast<char*>(repetitions));
-  args.push_back(nullptr);
-  return args;
-}
-
 }  // namespace
 
 BENCHMARK(BM_Compress)->Apply(Args);
@@ -146,11 +113,8 @@ BENCHMARK(BM_Expand)->Apply(Args);
 BENCHMARK(BM_ClassicExpand)->Apply(Args);
 
 int main(int argc, char** argv) {
-  std::vector<char*> args = WithRepetitions(argc, argv, "--benchmark_repetitions=5");
-  int count = int(args.size()) - 1;
-  benchmark::Initialize(&count, args.data());
-  if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
-  RatioReporter reporter;
+  if (!benchsupport::Initialize(argc, argv, "--benchmark_repetitions=5")) return 1;
+  benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n");
   struct Pair {
@@ -165,8 +129,8 @@ int main(int argc, char** argv) {
       for (int64_t size : kSizes) {
         char suffix[64];
         std::snprintf(suffix, sizeof suffix, "/%d/%lld", kind, static_cast<long long>(size));
-        const double ours = reporter.Rate(std::string(p.ours) + suffix);
-        const double peer = reporter.Rate(std::string(p.peer) + suffix);
+        const double ours = reporter.Best(std::string(p.ours) + suffix);
+        const double peer = reporter.Best(std::string(p.peer) + suffix);
         if (ours <= 0 || peer <= 0) continue;  // filtered out of this run
         const double ratio = ours / peer;
         std::printf("lzss %-8s %-6s %2lld MiB: ours %7.1f MB/s, classic %7.1f MB/s, ratio (ours/classic) %.2f%s\n",

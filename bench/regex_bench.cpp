@@ -5,13 +5,13 @@
 // the target is 10 or more for every pattern.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <regex>
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "bench/text_corpus.h"
 #include "zevutil/CRegExp.h"
 
@@ -90,39 +90,6 @@ void Patterns(benchmark::internal::Benchmark* b) {
   b->Unit(benchmark::kMillisecond);
 }
 
-// Prints the usual table and remembers each benchmark's best throughput over its
-// repetitions: on a shared machine the fastest run is the one least disturbed.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      auto it = r.counters.find("bytes_per_second");
-      if (it == r.counters.end()) continue;
-      double& best = m_rates[r.benchmark_name()];
-      best = std::max(best, double(it->second.value));
-    }
-  }
-  double Rate(const std::string& name) const {
-    auto it = m_rates.find(name);
-    return it == m_rates.end() ? 0.0 : it->second;
-  }
-
- private:
-  std::map<std::string, double> m_rates;
-};
-
-// The command line, with a few repetitions of each benchmark unless it asks otherwise.
-std::vector<char*> WithRepetitions(int argc, char** argv, const char* repetitions) {
-  std::vector<char*> args(argv, argv + argc);
-  bool given = false;
-  for (int i = 1; i < argc; ++i) given |= std::string(argv[i]).rfind("--benchmark_repetitions", 0) == 0;
-  if (!given) args.push_back(const_cast<char*>(repetitions));
-  args.push_back(nullptr);
-  return args;
-}
-
 }  // namespace
 
 BENCHMARK(BM_CRegExp)->Apply(Patterns);
@@ -130,18 +97,15 @@ BENCHMARK(BM_CRegExp)->Apply(Patterns);
 BENCHMARK(BM_StdRegex)->Apply(Patterns)->Iterations(1)->Repetitions(1);
 
 int main(int argc, char** argv) {
-  std::vector<char*> args = WithRepetitions(argc, argv, "--benchmark_repetitions=3");
-  int count = int(args.size()) - 1;
-  benchmark::Initialize(&count, args.data());
-  if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
-  RatioReporter reporter;
+  if (!benchsupport::Initialize(argc, argv, "--benchmark_repetitions=3")) return 1;
+  benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n");
   int status = 0;
   for (int i = 0; i < kPatternCount; ++i) {
     const std::string arg = "/" + std::to_string(i);
-    const double ours = reporter.Rate("BM_CRegExp" + arg);
-    const double peer = reporter.Rate("BM_StdRegex" + arg + "/iterations:1/repeats:1");
+    const double ours = reporter.Best("BM_CRegExp" + arg);
+    const double peer = reporter.Best("BM_StdRegex" + arg + "/iterations:1/repeats:1");
     if (ours <= 0 || peer <= 0) continue;  // filtered out of this run
     const long oursCount = Counts()[std::string("ours ") + kPatterns[i]];
     const long peerCount = Counts()[std::string("std ") + kPatterns[i]];

@@ -4,20 +4,16 @@
 // MB/s of file output (the goal is 500 or more), written to /dev/shm when it exists.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
-extern "C" {
-#include <io_lib/Read.h>
-}
-
+#include "bench/BenchSupport.h"
+#include "bench/FileReadBench.h"
 #include "zevutil/CScf.h"
 
 namespace {
@@ -38,9 +34,7 @@ const std::vector<std::string>& Files() {
       if (cols.size() < 10 || cols[5].rfind("SCF", 0) != 0 || cols[9].find("BROKEN") != std::string::npos) continue;
       std::string path = dir + cols[0];
       zev::CScf scf;
-      Read* r = read_reading(const_cast<char*>(path.c_str()), TT_SCF);
-      if (r && scf.Read(path.c_str())) out.push_back(path);
-      if (r) read_deallocate(r);
+      if (benchsupport::IoLibReads(path, TT_SCF) && scf.Read(path.c_str())) out.push_back(path);
     }
     return out;
   }();
@@ -48,32 +42,11 @@ const std::vector<std::string>& Files() {
 }
 
 void BM_CScfRead(benchmark::State& state) {
-  const auto& files = Files();
-  for (auto _ : state) {
-    for (const std::string& f : files) {
-      zev::CScf scf;
-      if (!scf.Read(f.c_str())) state.SkipWithError("CScf::Read failed");
-      benchmark::DoNotOptimize(scf.GetSampleSize());
-    }
-  }
-  state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(files.size()));
+  benchsupport::ReadEachFile<zev::CScf>(state, Files(), "CScf::Read failed",
+                                        [](zev::CScf& scf) { return scf.GetSampleSize(); });
 }
 
-void BM_IoLibRead(benchmark::State& state) {
-  const auto& files = Files();
-  for (auto _ : state) {
-    for (const std::string& f : files) {
-      Read* r = read_reading(const_cast<char*>(f.c_str()), TT_SCF);
-      if (!r) {
-        state.SkipWithError("read_reading failed");
-        break;
-      }
-      benchmark::DoNotOptimize(r->NPoints);
-      read_deallocate(r);
-    }
-  }
-  state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(files.size()));
-}
+void BM_IoLibRead(benchmark::State& state) { benchsupport::ReadEachFileWithIoLib(state, Files(), TT_SCF); }
 
 // A large 3.00 file: the biggest sample file's content, with raw data beside it.
 void FillForWriting(zev::CScf& scf) {
@@ -144,42 +117,19 @@ BENCHMARK(BM_IoLibRead)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CScfWrite300)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_CScfWrite300ToMemory)->Unit(benchmark::kMicrosecond);
 
-// Prints the usual table and keeps each run's rates for the summary.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      for (const char* key : {"items_per_second", "bytes_per_second"}) {
-        auto it = r.counters.find(key);
-        if (it != r.counters.end()) m_rates[r.benchmark_name() + "/" + key] = it->second.value;
-      }
-    }
-  }
-  double Rate(const std::string& name, const char* key) const {
-    auto it = m_rates.find(name + "/" + key);
-    return it == m_rates.end() ? 0.0 : it->second;
-  }
-
- private:
-  std::map<std::string, double> m_rates;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  if (!benchsupport::Initialize(argc, argv)) return 1;
   if (Files().empty()) {
     std::fprintf(stderr, "scf_bench: no SCF sample files that both readers accept\n");
     return 1;
   }
-  RatioReporter reporter;
+  benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  double ours = reporter.Rate("BM_CScfRead", "items_per_second");
-  double peer = reporter.Rate("BM_IoLibRead", "items_per_second");
-  double write = reporter.Rate("BM_CScfWrite300", "bytes_per_second") / 1e6;
+  double ours = reporter.Last("BM_CScfRead", "items_per_second");
+  double peer = reporter.Last("BM_IoLibRead", "items_per_second");
+  double write = reporter.Last("BM_CScfWrite300", "bytes_per_second") / 1e6;
   std::printf("\nSCF read, %zu files: CScf %.0f files/s, io_lib %.0f files/s, ratio %.2f (goal >= 1.50)\n",
               Files().size(), ours, peer, peer > 0 ? ours / peer : 0.0);
   std::printf("SCF 3.00 write: %.0f MB/s of file output (goal >= 500)\n", write);

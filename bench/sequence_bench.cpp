@@ -11,11 +11,9 @@
 #include <cstdio>
 #include <cstring>
 #include <list>
-#include <map>
-#include <string>
-#include <utility>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "zevutil/CBaseSequence.h"
 #include "zevutil/CMemArchive.h"
 
@@ -273,30 +271,6 @@ void BM_StoreRead_StdList(benchmark::State& state) {
   state.SetBytesProcessed(std::int64_t(state.iterations()) * kBases * CCalledBase::kStoredBytes);
 }
 
-// Prints the usual table and remembers each run's time and byte rate.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      m_times[r.benchmark_name()] = r.GetAdjustedCPUTime();
-      auto it = r.counters.find("bytes_per_second");
-      if (it != r.counters.end()) m_bytesPerSecond[r.benchmark_name()] = it->second.value;
-    }
-  }
-  double Time(const std::string& name) const { return Find(m_times, name); }
-  double BytesPerSecond(const std::string& name) const { return Find(m_bytesPerSecond, name); }
-
- private:
-  static double Find(const std::map<std::string, double>& m, const std::string& name) {
-    auto it = m.find(name);
-    return it == m.end() ? 0.0 : it->second;
-  }
-  std::map<std::string, double> m_times;
-  std::map<std::string, double> m_bytesPerSecond;
-};
-
 }  // namespace
 
 BENCHMARK(BM_Build_Sequence)->Unit(benchmark::kMillisecond);
@@ -311,9 +285,8 @@ BENCHMARK(BM_StoreRead_Sequence)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_StoreRead_StdList)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  if (!benchsupport::Initialize(argc, argv)) return 1;
+  benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   int status = 0;
   struct Step {
@@ -330,7 +303,7 @@ int main(int argc, char** argv) {
       {"store and read back", "BM_StoreRead_Sequence", "BM_StoreRead_StdList", 0.0},
   };
   for (const Step& s : steps) {
-    const double ours = reporter.Time(s.ours), peer = reporter.Time(s.peer);
+    const double ours = reporter.Last(s.ours, "cpu_time"), peer = reporter.Last(s.peer, "cpu_time");
     if (ours <= 0 || peer <= 0) continue;
     const double ratio = ours / peer;
     const bool below = s.target > 0 && ratio > s.target;
@@ -338,7 +311,7 @@ int main(int argc, char** argv) {
     if (s.target > 0) std::printf("%-20s (target %.1f or less)\n", "", s.target);
     if (below) status = 1;
   }
-  const double rate = reporter.BytesPerSecond("BM_StoreRead_Sequence");
+  const double rate = reporter.Last("BM_StoreRead_Sequence");
   if (rate > 0) {
     std::printf("store and read back  %.1f million bytes per second (target 50 or more)%s\n", rate / 1e6,
                 rate >= 50e6 ? "" : "  BELOW TARGET");
