@@ -21,13 +21,14 @@ fs::path ScratchRoot() {
   return fs::absolute(env && *env ? fs::path(env) : fs::temp_directory_path());
 }
 
-}  // namespace
-
+// The text quoted for a POSIX shell: in single quotes, each ' written as '\''.
 std::string Quote(const std::string& s) {
   std::string q = "'";
   for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return q + "'";
 }
+
+}  // namespace
 
 Result RunZev(const std::vector<std::string>& args, const RunOptions& options) {
   // Standard error goes to a file beside the tests' folders, never inside one, so that

@@ -27,9 +27,6 @@ Result RunZev(const std::vector<std::string>& args, const RunOptions& options);
 // The same with standard input from the file when one is named.
 Result RunZev(const std::vector<std::string>& args, const std::string& stdinFile = "");
 
-// The text quoted for a POSIX shell: in single quotes, each ' written as '\''.
-std::string Quote(const std::string& s);
-
 // <test scratch folder>/name, created when missing.
 std::filesystem::path Scratch(const std::string& name);
 
