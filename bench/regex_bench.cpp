@@ -103,7 +103,8 @@ int main(int argc, char** argv) {
   std::printf("\n");
   int status = 0;
   for (int i = 0; i < kPatternCount; ++i) {
-    const std::string arg = "/" + std::to_string(i);
+    std::string arg = std::to_string(i);
+    arg.insert(arg.begin(), '/');
     const double ours = reporter.Best("BM_CRegExp" + arg);
     const double peer = reporter.Best("BM_StdRegex" + arg + "/iterations:1/repeats:1");
     if (ours <= 0 || peer <= 0) continue;  // filtered out of this run

@@ -111,8 +111,9 @@ int CCrv::WriteToFile(const CString& name, int dye) {
     const auto& list = m_CurveList[dye];
     std::vector<BYTE> bytes;
     auto put = [&bytes](DWORD v) {
-      bytes.resize(bytes.size() + 4);
-      StoreU32LE(bytes.data() + bytes.size() - 4, v);
+      BYTE word[4];
+      StoreU32LE(word, v);
+      bytes.insert(bytes.end(), word, word + 4);
     };
     if (!list.empty()) {
       put(DWORD(kMagicLength));

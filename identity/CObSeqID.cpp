@@ -365,8 +365,7 @@ void CObSeqID::MakeUniqueExtension(CString& ext, const CTime& when) {
   if (minute < 0) minute = 0;  // an unconvertible time counts as the start of the hour
   if (second < 0) second = 0;
   int step = (60 * minute + second) * 10 / 28;
-  ext = "_";
-  ext += when.Format("%y%m%d%H");
+  ext = CString('_') + when.Format("%y%m%d%H");
   ext += kDigits[(step / 36) % 36];
   ext += kDigits[step % 36];
 }
