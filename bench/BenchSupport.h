@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <map>
 #include <numeric>
 #include <string>
@@ -13,15 +14,19 @@
 
 namespace benchsupport {
 
-// Parses the benchmark flags, adding the given repetitions (e.g.
-// "--benchmark_repetitions=5") unless the command line names its own. False, with the
-// leftover arguments reported, when something on the command line is not understood.
-inline bool Initialize(int argc, char** argv, const char* repetitions = nullptr) {
+// Parses the benchmark flags, adding each of the given defaults (e.g.
+// "--benchmark_repetitions=5") unless the command line names that flag itself. False,
+// with the leftover arguments reported, when something on the command line is not
+// understood.
+inline bool Initialize(int argc, char** argv, std::initializer_list<const char*> defaults = {}) {
   static std::vector<char*> args;  // lives as long as main's own arguments
   args.assign(argv, argv + argc);
-  bool given = false;
-  for (int i = 1; i < argc; ++i) given |= std::string(argv[i]).rfind("--benchmark_repetitions", 0) == 0;
-  if (repetitions && !given) args.push_back(const_cast<char*>(repetitions));
+  for (const char* flag : defaults) {
+    const std::string name = std::string(flag).substr(0, std::string(flag).find('='));
+    bool given = false;
+    for (int i = 1; i < argc; ++i) given |= std::string(argv[i]).rfind(name, 0) == 0;
+    if (!given) args.push_back(const_cast<char*>(flag));
+  }
   args.push_back(nullptr);
   int count = int(args.size()) - 1;
   benchmark::Initialize(&count, args.data());

@@ -113,7 +113,11 @@ BENCHMARK(BM_Expand)->Apply(Args);
 BENCHMARK(BM_ClassicExpand)->Apply(Args);
 
 int main(int argc, char** argv) {
-  if (!benchsupport::Initialize(argc, argv, "--benchmark_repetitions=5")) return 1;
+  // Repetitions of ours and of the classic coder take turns in a random order, so that a
+  // spell of load on a shared machine slows both rather than one of them.
+  if (!benchsupport::Initialize(argc, argv,
+                                {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true"}))
+    return 1;
   benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n");

@@ -97,7 +97,7 @@ BENCHMARK(BM_CRegExp)->Apply(Patterns);
 BENCHMARK(BM_StdRegex)->Apply(Patterns)->Iterations(1)->Repetitions(1);
 
 int main(int argc, char** argv) {
-  if (!benchsupport::Initialize(argc, argv, "--benchmark_repetitions=3")) return 1;
+  if (!benchsupport::Initialize(argc, argv, {"--benchmark_repetitions=3"})) return 1;
   benchsupport::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n");

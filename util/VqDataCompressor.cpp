@@ -405,23 +405,14 @@ inline void InsertTwoSparse(const Tree& t, int r1, Descent& a, int r2, Descent& 
   FinishDescent(t, r2, b);
 }
 
-inline void DeleteString(const Tree& t, int p) {
+// Takes p out of its tree once q, the node to take its place, is known: NIL or p's only
+// child when p has at most one, else the rightmost node of p's left subtree.
+inline void Unlink(const Tree& t, int p, int left, int right, int q) {
   constexpr int NIL = CLZSS_Compressor::NIL;
   Link (*const kids)[2] = t.kids;
   Link* const dad = t.dad;
-  if (dad[p] == NIL) return;
-  const int left = kids[p][0];
-  const int right = kids[p][1];
-  int q;
-  if (left == NIL || right == NIL) {
-    q = right == NIL ? left : right;
-  } else {
-    // Both children: the rightmost node of the left subtree takes p's place.
-    q = left;
-    if (kids[q][1] != NIL) {
-      do {
-        q = kids[q][1];
-      } while (kids[q][1] != NIL);
+  if (left != NIL && right != NIL) {
+    if (q != left) {
       kids[dad[q]][1] = kids[q][0];
       dad[kids[q][0]] = dad[q];
       kids[q][0] = Link(left);
@@ -435,6 +426,22 @@ inline void DeleteString(const Tree& t, int p) {
   // A root's link is always a right child.
   kids[parent][kids[parent][1] == p ? 1 : 0] = Link(q);
   dad[p] = NIL;
+}
+
+inline void DeleteString(const Tree& t, int p) {
+  constexpr int NIL = CLZSS_Compressor::NIL;
+  Link (*const kids)[2] = t.kids;
+  if (t.dad[p] == NIL) return;
+  const int left = kids[p][0];
+  const int right = kids[p][1];
+  int q;
+  if (left == NIL || right == NIL) {
+    q = right == NIL ? left : right;
+  } else {
+    q = left;
+    while (kids[q][1] != NIL) q = kids[q][1];
+  }
+  Unlink(t, p, left, right, q);
 }
 
 // Deletes two nodes of different trees. The walks down to the rightmost node of each
@@ -462,25 +469,8 @@ inline void DeleteTwo(const Tree& t, int p1, int p2) {
     w1 = StayAtEnd(n1, w1);
     w2 = StayAtEnd(n2, w2);
   }
-  const int ends[2][4] = {{p1, left1, right1, Select(both1, w1, Select(right1 == NIL, left1, right1))},
-                          {p2, left2, right2, Select(both2, w2, Select(right2 == NIL, left2, right2))}};
-  for (const auto& e : ends) {
-    const int p = e[0], left = e[1], right = e[2], q = e[3];
-    if (left != NIL && right != NIL) {
-      if (q != left) {
-        kids[dad[q]][1] = kids[q][0];
-        dad[kids[q][0]] = dad[q];
-        kids[q][0] = Link(left);
-        dad[left] = Link(q);
-      }
-      kids[q][1] = Link(right);
-      dad[right] = Link(q);
-    }
-    const int parent = dad[p];
-    dad[q] = Link(parent);
-    kids[parent][kids[parent][1] == p ? 1 : 0] = Link(q);
-    dad[p] = NIL;
-  }
+  Unlink(t, p1, left1, right1, Select(both1, w1, Select(right1 == NIL, left1, right1)));
+  Unlink(t, p2, left2, right2, Select(both2, w2, Select(right2 == NIL, left2, right2)));
 }
 
 }  // namespace
