@@ -382,31 +382,33 @@ inline void InsertTwoSparse(const Tree& t, int r1, Descent& a, int r2, Descent& 
   a.length = b.length = 1;
   a.position = pa, b.position = pb;
   const int ka = a.key[1], kb = b.key[1];
-  std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+  // Each descent goes on to NIL, whose links the coder keeps NIL, and remembers where it
+  // left the tree (node * 2 + side); so the next level waits only on the loads of this one.
+  int exitA = 0, exitB = 0;
   for (;;) {
-    const int na = text[pa + 1], nb = text[pb + 1];
-    if (__builtin_expect((na == ka) | (nb == kb), 0)) break;
-    const int qa = PickChild(ca, ka, na);
-    const int qb = PickChild(cb, kb, nb);
-    if ((qa & qb & NIL) != 0) {  // NIL is the only index with bit 12 set
-      const int sa = ka > na, sb = kb > nb;
-      kids[pa][sa] = Link(r1);
-      t.dad[r1] = Link(pa);
-      kids[pb][sb] = Link(r2);
-      t.dad[r2] = Link(pb);
+    const std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+    const int na = text[pa + 1], nb = text[pb + 1];  // NIL + 1 lies inside the buffer
+    if (__builtin_expect(((na == ka) & (pa != NIL)) | ((nb == kb) & (pb != NIL)), 0)) break;
+    exitA = Select(pa != NIL, 2 * pa + (ka > na), exitA);
+    exitB = Select(pb != NIL, 2 * pb + (kb > nb), exitB);
+    pa = PickChild(ca, ka, na);
+    pb = PickChild(cb, kb, nb);
+    if ((pa & pb & NIL) != 0) {  // NIL is the only index with bit 12 set
+      kids[exitA >> 1][exitA & 1] = Link(r1);
+      t.dad[r1] = Link(exitA >> 1);
+      kids[exitB >> 1][exitB & 1] = Link(r2);
+      t.dad[r2] = Link(exitB >> 1);
       return;
     }
-    pa = StayAtEnd(qa, pa);  // a descent at its leaf waits there, as in InsertTwo
-    pb = StayAtEnd(qb, pb);
-    ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
   }
-  a.q = pa, b.q = pb;
+  // A node agrees with its key in the second byte: both descents go on one step at a time,
+  // each from the node it was about to compare or, past the end, from where it left.
+  a.q = pa, a.p = exitA >> 1, a.side = exitA & 1;
+  b.q = pb, b.p = exitB >> 1, b.side = exitB & 1;
   FinishDescent(t, r1, a);
   FinishDescent(t, r2, b);
 }
 
-// Takes p out of its tree once q, the node to take its place, is known: NIL or p's only
-// child when p has at most one, else the rightmost node of p's left subtree.
 inline void Unlink(const Tree& t, int p, int left, int right, int q) {
   constexpr int NIL = CLZSS_Compressor::NIL;
   Link (*const kids)[2] = t.kids;
@@ -446,7 +448,7 @@ inline void DeleteString(const Tree& t, int p) {
 
 // Deletes two nodes of different trees. The walks down to the rightmost node of each
 // left subtree go in step, as the descents of InsertTwo do; a node without two children
-// walks nowhere (it waits at NIL, whose right link the coder keeps NIL).
+// walks nowhere (it starts at NIL, whose right link the coder keeps NIL).
 inline void DeleteTwo(const Tree& t, int p1, int p2) {
   constexpr int NIL = CLZSS_Compressor::NIL;
   Link (*const kids)[2] = t.kids;
@@ -461,16 +463,19 @@ inline void DeleteTwo(const Tree& t, int p1, int p2) {
   const int left2 = int(c2 & 0xFFFF), right2 = int(c2 >> 16);
   const bool both1 = left1 != NIL && right1 != NIL;
   const bool both2 = left2 != NIL && right2 != NIL;
-  int w1 = Select(both1, left1, NIL);
-  int w2 = Select(both2, left2, NIL);
+  // Each walk goes on to NIL, which leads to NIL again, and remembers the last node it
+  // met; so the next step waits only on the load before it.
+  int w1 = Select(both1, left1, NIL), q1 = w1;
+  int w2 = Select(both2, left2, NIL), q2 = w2;
   for (;;) {
-    const int n1 = kids[w1][1], n2 = kids[w2][1];
-    if ((n1 & n2 & NIL) != 0) break;  // NIL is the only index with bit 12 set
-    w1 = StayAtEnd(n1, w1);
-    w2 = StayAtEnd(n2, w2);
+    w1 = kids[w1][1];
+    w2 = kids[w2][1];
+    if ((w1 & w2 & NIL) != 0) break;  // NIL is the only index with bit 12 set
+    q1 = StayAtEnd(w1, q1);
+    q2 = StayAtEnd(w2, q2);
   }
-  Unlink(t, p1, left1, right1, Select(both1, w1, Select(right1 == NIL, left1, right1)));
-  Unlink(t, p2, left2, right2, Select(both2, w2, Select(right2 == NIL, left2, right2)));
+  Unlink(t, p1, left1, right1, Select(both1, q1, Select(right1 == NIL, left1, right1)));
+  Unlink(t, p2, left2, right2, Select(both2, q2, Select(right2 == NIL, left2, right2)));
 }
 
 }  // namespace
