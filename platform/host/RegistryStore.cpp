@@ -238,7 +238,7 @@ class Store {
     }
     m_state = State::Closed;
     try {
-      int kind = Inspect();
+      int kind = InspectSnapshot();
       if (kind < 0) return LONG(ERROR_BADDB);
       if (kind == 1) {
         m_state = State::Ready;
@@ -269,7 +269,23 @@ class Store {
     }
   }
 
-  // 1: a store of ours; 0: an empty database; -1: something else.
+  // Inspect in a read transaction of its own: its three reads must see one state of the
+  // file, not an empty store's identity and the tables another process has just added.
+  int InspectSnapshot() {
+    if (sqlite3_exec(m_db, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK)
+      throw DbError{sqlite3_extended_errcode(m_db)};
+    int kind;
+    try {
+      kind = Inspect();
+    } catch (...) {
+      sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+      throw;
+    }
+    sqlite3_exec(m_db, "COMMIT", nullptr, nullptr, nullptr);
+    return kind;
+  }
+
+  // 1: a store of ours; 0: an empty database; -1: something else. Inside a transaction.
   int Inspect() {
     sqlite3_int64 appId, version, ours = 0, other = 0;
     {

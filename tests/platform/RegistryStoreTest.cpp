@@ -317,6 +317,31 @@ TEST_F(RegistryStore, DamagedAndForeignFilesGiveErrorCodes) {
             LONG(ERROR_CANTOPEN));
 }
 
+// Processes that find no store and create it at the same moment all succeed: whoever
+// lays out the store first, the others see either no store or all of it.
+TEST_F(RegistryStore, ProcessesCreatingOneStoreTogetherAllSucceed) {
+  constexpr int kRounds = 25, kProcesses = 4;
+  for (int round = 0; round < kRounds; ++round) {
+    const std::string store = dir / ("race" + std::to_string(round) + ".db");
+    const auto start = std::chrono::steady_clock::now() + std::chrono::milliseconds(30);
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+      children.push_back(zevtest::RunChild([&store, start, p] {
+        RegSetStoreLocation(HKEY_CURRENT_USER, store.c_str());
+        while (std::chrono::steady_clock::now() < start) {
+        }
+        HKEY key = nullptr;
+        const std::string path = "Race\\P" + std::to_string(p);
+        const LONG e = RegCreateKeyExA(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
+                                       nullptr);
+        if (e == 0) RegCloseKey(key);
+        return e == 0 ? 0 : 1 + int(e % 250);
+      }));
+    }
+    for (pid_t c : children) EXPECT_EQ(zevtest::WaitChild(c), 0) << "round " << round;
+  }
+}
+
 // Several processes write distinct keys of one store at the same time; afterwards
 // every key holds the last value its writer gave it.
 TEST_F(RegistryStore, ConcurrentWritersLoseNothing) {
