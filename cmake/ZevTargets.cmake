@@ -136,7 +136,7 @@ function(zev_folder_tests folder)
   target_include_directories(${_t} PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_definitions(${_t} PRIVATE
       ZEV_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
-      ZEV_SHARED_DIR="${PROJECT_SOURCE_DIR}/../shared"
+      ZEV_SHARED_DIR="${ZEVUTIL_SHARED_DIR}"
       ZEV_BINARY_DIR="${PROJECT_BINARY_DIR}")
   gtest_discover_tests(${_t} DISCOVERY_TIMEOUT 60
       PROPERTIES LABELS ${folder} ENVIRONMENT "ZEV_TEST_TMP=${PROJECT_BINARY_DIR}/testtmp")
