@@ -1,8 +1,10 @@
 // CLZSS_Compressor: LZSS with a binary search tree over a 4096-byte ring. The stream is
 // fixed byte for byte, and so is the tree (the match chosen among equals depends on its
 // shape), so speed comes from the inner loops alone: a compact tree whose descent
-// compares eight key bytes at once and picks the next node without a branch, and a
-// decoder that copies straight from the output it has written, a group at a time.
+// compares eight key bytes at once and picks the next node without a branch, tree work
+// that runs ahead of the output so that two positions' descents and deletions go down
+// together, and a decoder that copies straight from the output it has written, a group
+// at a time.
 #include "zevutil/VqDataCompressor.h"
 
 #include <bit>
@@ -306,6 +308,20 @@ inline void InsertString(const Tree& t, int r, int& matchPosition, int& matchLen
   if (d.length > 0) matchPosition = d.position;
 }
 
+inline void FinishTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
+  FinishDescent(t, r1, a);
+  FinishDescent(t, r2, b);
+}
+
+// Starts two descents. False when a tree is empty: both insertions are then done.
+inline bool BeginTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
+  BeginDescent(t, r1, a);
+  BeginDescent(t, r2, b);
+  if (a.q != CLZSS_Compressor::NIL && b.q != CLZSS_Compressor::NIL) return true;
+  FinishTwo(t, r1, a, r2, b);
+  return false;
+}
+
 // Inserts two strings that belong to different trees (their first bytes differ), going
 // down both in step: each level of one waits on its loads while the other's go on. The
 // loop holds each descent in four registers (node, its children, key bytes 1 to 8, best
@@ -315,13 +331,7 @@ inline void InsertTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
   constexpr int NIL = CLZSS_Compressor::NIL;
   const unsigned char* const text = t.text;
   Link (*const kids)[2] = t.kids;
-  BeginDescent(t, r1, a);
-  BeginDescent(t, r2, b);
-  if (a.q == NIL || b.q == NIL) {
-    FinishDescent(t, r1, a);
-    FinishDescent(t, r2, b);
-    return;
-  }
+  if (!BeginTwo(t, r1, a, r2, b)) return;
   int pa = a.q, pb = b.q;  // the nodes to compare next
   std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
   const std::uint64_t ka = a.key1, kb = b.key1;
@@ -344,8 +354,7 @@ inline void InsertTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
       b.p = pb, b.side = sb, b.q = qb;
       a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
       b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
-      FinishDescent(t, r1, a);
-      FinishDescent(t, r2, b);
+      FinishTwo(t, r1, a, r2, b);
       return;
     }
     // A descent that has reached its leaf waits there for the other: comparing the same
@@ -359,8 +368,7 @@ inline void InsertTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
   a.q = pa, b.q = pb;
   a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
   b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
-  FinishDescent(t, r1, a);
-  FinishDescent(t, r2, b);
+  FinishTwo(t, r1, a, r2, b);
 }
 
 // InsertTwo for incompressible data, where nearly every key parts from every node at
@@ -371,13 +379,7 @@ inline void InsertTwoSparse(const Tree& t, int r1, Descent& a, int r2, Descent& 
   constexpr int NIL = CLZSS_Compressor::NIL;
   const unsigned char* const text = t.text;
   Link (*const kids)[2] = t.kids;
-  BeginDescent(t, r1, a);
-  BeginDescent(t, r2, b);
-  if (a.q == NIL || b.q == NIL) {
-    FinishDescent(t, r1, a);
-    FinishDescent(t, r2, b);
-    return;
-  }
+  if (!BeginTwo(t, r1, a, r2, b)) return;
   int pa = a.q, pb = b.q;
   a.length = b.length = 1;
   a.position = pa, b.position = pb;
@@ -405,8 +407,7 @@ inline void InsertTwoSparse(const Tree& t, int r1, Descent& a, int r2, Descent& 
   // each from the node it was about to compare or, past the end, from where it left.
   a.q = pa, a.p = exitA >> 1, a.side = exitA & 1;
   b.q = pb, b.p = exitB >> 1, b.side = exitB & 1;
-  FinishDescent(t, r1, a);
-  FinishDescent(t, r2, b);
+  FinishTwo(t, r1, a, r2, b);
 }
 
 inline void Unlink(const Tree& t, int p, int left, int right, int q) {
