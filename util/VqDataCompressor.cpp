@@ -630,9 +630,30 @@ void CLZSS_Compressor::Encode() {
   // the descent made for it. Both descents build the same tree.
   int literalGroups = 0;
   for (std::uint64_t pos = 0; pos < size;) {
-    if (pos >= run.next) {
+    if (pos + 8 > run.next && run.next < size) {
       run.sparse = literalGroups >= 4;
       run.Advance(pos + kBatch);
+    }
+    // A whole group of literals at once: in incompressible data nearly every group is one.
+    if (mask == 1 && pos + 8 <= size) {
+      bool pays = false;
+      for (std::uint64_t i = 0; i < 8; ++i) pays |= (run.matches[(pos + i) % kMatchRing] & 31) > THRESHOLD;
+      if (!pays) {
+        unsigned char group[9];
+        group[0] = 0xFF;
+        std::memcpy(group + 1, in + pos, 8);
+        writeOut(group, 9);
+        m_nCodeSize += 9;
+        ++literalGroups;
+        matchLength = 1;
+        for (int i = 0; i < 8; ++i) {
+          const ULONG taken = read < size ? 1 : 0;
+          read += taken;
+          if ((m_nTextSize += taken) > m_nPrintCount) m_nPrintCount += 1024;
+        }
+        pos += 8;
+        continue;
+      }
     }
     const MatchCode match = run.matches[pos % kMatchRing];
     const std::uint64_t left = size - pos;  // what the look-ahead still holds
