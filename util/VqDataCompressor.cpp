@@ -384,29 +384,31 @@ inline void InsertTwoSparse(const Tree& t, int r1, Descent& a, int r2, Descent& 
   a.length = b.length = 1;
   a.position = pa, b.position = pb;
   const int ka = a.key[1], kb = b.key[1];
-  // Each descent goes on to NIL, whose links the coder keeps NIL, and remembers where it
-  // left the tree (node * 2 + side); so the next level waits only on the loads of this one.
-  int exitA = 0, exitB = 0;
+  // Each descent goes on to NIL, whose links the coder keeps NIL, and remembers the last
+  // node it met; so the next level waits only on the loads of this one. A descent past
+  // its end compares NIL's byte: should that agree with its key, the loop hands over to
+  // StepDown early, which still links it in at its last node.
+  int lastA = pa, lastB = pb;
   for (;;) {
     const std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
     const int na = text[pa + 1], nb = text[pb + 1];  // NIL + 1 lies inside the buffer
-    if (__builtin_expect(((na == ka) & (pa != NIL)) | ((nb == kb) & (pb != NIL)), 0)) break;
-    exitA = Select(pa != NIL, 2 * pa + (ka > na), exitA);
-    exitB = Select(pb != NIL, 2 * pb + (kb > nb), exitB);
+    if (__builtin_expect((na == ka) | (nb == kb), 0)) break;
+    lastA = StayAtEnd(pa, lastA);
+    lastB = StayAtEnd(pb, lastB);
     pa = PickChild(ca, ka, na);
     pb = PickChild(cb, kb, nb);
     if ((pa & pb & NIL) != 0) {  // NIL is the only index with bit 12 set
-      kids[exitA >> 1][exitA & 1] = Link(r1);
-      t.dad[r1] = Link(exitA >> 1);
-      kids[exitB >> 1][exitB & 1] = Link(r2);
-      t.dad[r2] = Link(exitB >> 1);
+      kids[lastA][ka > text[lastA + 1]] = Link(r1);
+      t.dad[r1] = Link(lastA);
+      kids[lastB][kb > text[lastB + 1]] = Link(r2);
+      t.dad[r2] = Link(lastB);
       return;
     }
   }
   // A node agrees with its key in the second byte: both descents go on one step at a time,
-  // each from the node it was about to compare or, past the end, from where it left.
-  a.q = pa, a.p = exitA >> 1, a.side = exitA & 1;
-  b.q = pb, b.p = exitB >> 1, b.side = exitB & 1;
+  // each from the node it was about to compare or, past the end, from its last node.
+  a.q = pa, a.p = lastA, a.side = ka > text[lastA + 1];
+  b.q = pb, b.p = lastB, b.side = kb > text[lastB + 1];
   FinishTwo(t, r1, a, r2, b);
 }
 
