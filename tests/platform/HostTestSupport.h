@@ -1,15 +1,19 @@
 // Helpers for tests of the host services: scratch folders, whole-file reads and
-// writes, and child processes that run a function and exit.
+// writes, and child processes that run a function and exit or are killed mid-loop.
 #pragma once
+#include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace zevtest {
@@ -63,6 +67,31 @@ inline int WaitChild(pid_t pid) {
   int status = 0;
   if (::waitpid(pid, &status, 0) != pid) return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Runs 'step' over and over in a child (0, 1, 2, ...; a non-zero result ends the child
+// with it), waits until ten steps are done, lets it go on for 'delay' and kills it with
+// SIGKILL: the way to catch a writer in the middle of its work.
+inline void KillMidLoop(const std::function<int(int)>& step, std::chrono::milliseconds delay) {
+  int fds[2];
+  ASSERT_EQ(::pipe(fds), 0);
+  pid_t child = RunChild([&] {
+    ::close(fds[0]);
+    for (int i = 0;; ++i) {
+      if (int e = step(i)) return e;
+      if (i == 10) {
+        char c = 1;
+        if (::write(fds[1], &c, 1) != 1) return 1;
+      }
+    }
+  });
+  ::close(fds[1]);
+  char c = 0;
+  ASSERT_EQ(::read(fds[0], &c, 1), 1);
+  ::close(fds[0]);
+  std::this_thread::sleep_for(delay);
+  ::kill(child, SIGKILL);
+  EXPECT_EQ(WaitChild(child), -1);
 }
 
 }  // namespace zevtest

@@ -299,27 +299,13 @@ TEST_F(Profile, WriterKilledMidLoopLeavesAWholeFile) {
   for (int round = 0; round < 3; ++round) {
     SCOPED_TRACE(round);
     std::string f = dir / ("crash" + std::to_string(round) + ".ini");
-    int fds[2];
-    ASSERT_EQ(::pipe(fds), 0);
-    pid_t child = zevtest::RunChild([&] {
-      ::close(fds[0]);
-      for (int i = 0;; ++i) {
-        std::string v = std::to_string(i);
-        if (!WritePrivateProfileStringA("Keys", ("k" + v).c_str(), v.c_str(), f.c_str())) return 1;
-        if (!WritePrivateProfileStringA("State", "counter", v.c_str(), f.c_str())) return 1;
-        if (i == 10) {
-          char c = 1;
-          if (::write(fds[1], &c, 1) != 1) return 1;
-        }
-      }
-    });
-    ::close(fds[1]);
-    char c = 0;
-    ASSERT_EQ(::read(fds[0], &c, 1), 1);
-    ::close(fds[0]);
-    std::this_thread::sleep_for(std::chrono::milliseconds(10 + 30 * round));
-    ::kill(child, SIGKILL);
-    EXPECT_EQ(zevtest::WaitChild(child), -1);
+    zevtest::KillMidLoop(
+        [&](int i) {
+          std::string v = std::to_string(i);
+          if (!WritePrivateProfileStringA("Keys", ("k" + v).c_str(), v.c_str(), f.c_str())) return 1;
+          return WritePrivateProfileStringA("State", "counter", v.c_str(), f.c_str()) ? 0 : 1;
+        },
+        std::chrono::milliseconds(10 + 30 * round));
     std::string text = zevtest::ReadBytes(f);
     EXPECT_TRUE(std::regex_match(text, std::regex("\\[Keys\\]\r\n(k[0-9]+=[0-9]+\r\n)+\\[State\\]\r\ncounter=[0-9]+\r\n")))
         << text.substr(0, 200);

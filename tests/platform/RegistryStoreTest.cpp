@@ -396,32 +396,21 @@ TEST_F(RegistryStore, WriterKilledMidLoopLeavesConsistentStore) {
     SCOPED_TRACE(round);
     std::string path = dir / ("crash" + std::to_string(round) + ".db");
     RegSetStoreLocation(HKEY_CURRENT_USER, path.c_str());
-    int fds[2];
-    ASSERT_EQ(::pipe(fds), 0);
-    pid_t child = zevtest::RunChild([&] {
-      ::close(fds[0]);
-      for (DWORD i = 0;; ++i) {
-        HKEY k = nullptr;
-        std::string sub = "Crash\\k" + std::to_string(i);
-        if (RegCreateKeyExA(HKEY_CURRENT_USER, sub.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &k, nullptr)) return 1;
-        RegSetValueExA(k, "pad", 0, REG_BINARY, reinterpret_cast<const BYTE*>(sub.data()), DWORD(sub.size()));
-        RegCloseKey(k);
-        if (RegCreateKeyExA(HKEY_CURRENT_USER, "Crash", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &k, nullptr)) return 1;
-        RegSetValueExA(k, "counter", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&i), 4);
-        RegCloseKey(k);
-        if (i == 10) {
-          char c = 1;
-          if (::write(fds[1], &c, 1) != 1) return 1;
-        }
-      }
-    });
-    ::close(fds[1]);
-    char c = 0;
-    ASSERT_EQ(::read(fds[0], &c, 1), 1);
-    ::close(fds[0]);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20 + 40 * round));
-    ::kill(child, SIGKILL);
-    EXPECT_EQ(zevtest::WaitChild(child), -1);
+    zevtest::KillMidLoop(
+        [](int round) {
+          const DWORD i = DWORD(round);
+          HKEY k = nullptr;
+          std::string sub = "Crash\\k" + std::to_string(i);
+          if (RegCreateKeyExA(HKEY_CURRENT_USER, sub.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &k, nullptr))
+            return 1;
+          RegSetValueExA(k, "pad", 0, REG_BINARY, reinterpret_cast<const BYTE*>(sub.data()), DWORD(sub.size()));
+          RegCloseKey(k);
+          if (RegCreateKeyExA(HKEY_CURRENT_USER, "Crash", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &k, nullptr)) return 1;
+          RegSetValueExA(k, "counter", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&i), 4);
+          RegCloseKey(k);
+          return 0;
+        },
+        std::chrono::milliseconds(20 + 40 * round));
 
     RegSetStoreLocation(HKEY_CURRENT_USER, path.c_str());
     EXPECT_EQ(RegVerifyStore(HKEY_CURRENT_USER), 0);
