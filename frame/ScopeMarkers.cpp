@@ -106,10 +106,9 @@ BOOL ZevVerifyX(BOOL value, const char* file, int line, BOOL quiet) {
 }
 
 BOOL ZevVerifyPtr(const void* ptr, UINT size, const char* file, int line, BOOL quiet) {
-  // A range is judged by its bounds only: memory is never touched to find out.
-  auto start = reinterpret_cast<std::uintptr_t>(ptr);
-  bool good = ptr != nullptr && (size == 0 || start + (size - 1) >= start);
-  if (good) return TRUE;
+  // The host is asked whether the range can be read; the memory itself is never
+  // touched, so an unmapped or unreadable address answers 0 instead of faulting.
+  if (IsReadableRange(ptr, size)) return TRUE;
   if (!quiet) TraceOut("ZevVerifyPtr failure detected in file %s, line %d\n", file ? file : "", line);
   return FALSE;
 }

@@ -234,8 +234,9 @@ class CTimeStub {
 
 // 1 when the value is non-zero; otherwise 0, and unless quiet a trace line naming file and line.
 BOOL ZevVerifyX(BOOL value, const char* file, int line, BOOL quiet = FALSE);
-// 1 when [ptr, ptr + size) is a plausible readable range: not null and not wrapping
-// around the address space. Memory is not probed. Otherwise 0 and, unless quiet, a trace line.
+// 1 when [ptr, ptr + size) can be read, as the host tells without the memory being
+// touched (a non-null pointer with size 0 counts as readable). Otherwise 0 (null,
+// wrapping, unmapped or unreadable) and, unless quiet, a trace line.
 BOOL ZevVerifyPtr(const void* ptr, UINT size, const char* file, int line, BOOL quiet = FALSE);
 
 }  // namespace zev

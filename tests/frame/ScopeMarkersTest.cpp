@@ -1,5 +1,7 @@
 // Scope markers in the trace and the verify checks.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <memory>
@@ -61,8 +63,38 @@ TEST(CTimeStub, TracesStartAndStopWithLevels) {
   }
 }
 
+// Pages of the test's own: 200 readable ones (more than the host asks about in one
+// call), then one without access, then a hole where a page was unmapped.
+class ProbePages {
+ public:
+  static constexpr size_t kReadable = 200;
+  ProbePages() : m_page(size_t(sysconf(_SC_PAGESIZE))) {
+    void* p = mmap(nullptr, (kReadable + 2) * m_page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) return;
+    m_base = static_cast<char*>(p);
+    mprotect(Page(kReadable), m_page, PROT_NONE);
+    munmap(Page(kReadable + 1), m_page);
+  }
+  ~ProbePages() {
+    if (m_base) munmap(m_base, (kReadable + 1) * m_page);
+  }
+  bool ok() const { return m_base != nullptr; }
+  char* Page(size_t i) const { return m_base + i * m_page; }
+  UINT PageSize() const { return UINT(m_page); }
+
+ private:
+  size_t m_page;
+  char* m_base = nullptr;
+};
+
 TEST(ZevVerify, ResultsAndTraceLines) {
   int value = 0;
+  ProbePages pages;
+  ASSERT_TRUE(pages.ok());
+  char* const noAccess = pages.Page(ProbePages::kReadable);
+  char* const hole = pages.Page(ProbePages::kReadable + 1);
+  const UINT all = UINT(ProbePages::kReadable) * pages.PageSize();
+  const std::vector<char> heap(100000);
   struct Case { const char* name; bool ptr; const void* p; UINT size; BOOL quiet; BOOL expect; };
   const Case cases[] = {
       {"true value", false, &value, 1, FALSE, TRUE},
@@ -73,8 +105,19 @@ TEST(ZevVerify, ResultsAndTraceLines) {
       {"null", true, nullptr, 4, FALSE, FALSE},
       {"null, empty", true, nullptr, 0, FALSE, FALSE},
       {"wrapping", true, reinterpret_cast<const void*>(UINTPTR_MAX - 2), 16, FALSE, FALSE},
-      {"up to the last byte", true, reinterpret_cast<const void*>(UINTPTR_MAX - 15), 16, FALSE, TRUE},
+      {"up to the last byte: not user memory", true, reinterpret_cast<const void*>(UINTPTR_MAX - 15), 16, FALSE,
+       FALSE},
       {"wrapping, quiet", true, reinterpret_cast<const void*>(UINTPTR_MAX), 2, TRUE, FALSE},
+      {"unmapped low address", true, reinterpret_cast<const void*>(0x10), 4, FALSE, FALSE},
+      {"unmapped low address, quiet", true, reinterpret_cast<const void*>(0x10), 1, TRUE, FALSE},
+      {"unmapped, empty range", true, reinterpret_cast<const void*>(0x10), 0, FALSE, TRUE},
+      {"every readable page", true, pages.Page(0), all, FALSE, TRUE},
+      {"last byte before the closed page", true, noAccess - 1, 1, FALSE, TRUE},
+      {"one byte into the closed page", true, noAccess - 1, 2, FALSE, FALSE},
+      {"readable pages running into the closed one", true, pages.Page(1), all, FALSE, FALSE},
+      {"inside the closed page", true, noAccess + 100, 8, FALSE, FALSE},
+      {"unmapped hole", true, hole, 1, FALSE, FALSE},
+      {"heap block", true, heap.data(), UINT(heap.size()), FALSE, TRUE},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

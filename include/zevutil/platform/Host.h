@@ -1,8 +1,10 @@
 // Host services the library's logic reaches through: thread-local slots, ticks,
-// the thread's last error and its text, the message box and the trace sink.
+// memory queries, the thread's last error and its text, the message box and the
+// trace sink.
 // Each is backed by the host (POSIX) in platform/host/.
 #pragma once
 #include <cstdarg>
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -26,6 +28,16 @@ void SetTickCountOffset(DWORD offset);
 DWORD GetCurrentThreadId();
 DWORD GetCurrentProcessId();
 void Sleep(DWORD ms);
+
+// ---- memory ----
+// True when all of [p, p + size) can be read by this process, found out without
+// touching the memory: a range in a page that is unmapped or has no read access gives
+// false instead of a fault. A null pointer or a range that wraps gives false; a
+// non-null pointer with size 0 gives true. Costs one system call for up to 128 pages.
+bool IsReadableRange(const void* p, std::size_t size);
+// The bytes that may be used in a block of the heap (from malloc, calloc or realloc):
+// at least what was asked for. 0 for null. The block must come from the heap.
+std::size_t HeapBlockSize(const void* block);
 
 // ---- last error ----
 DWORD GetLastError();
