@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "zevutil/platform/Host.h"
+
 namespace zev {
 
 namespace {
@@ -17,11 +19,12 @@ LONG TruncToLong(double v) {
   return LONG(v);
 }
 
-// One sample of the given C type at index i, read without alignment demands.
+// One sample of the given C type at index i (negative ones lie before data), read
+// without alignment demands.
 template <class T>
-T SampleAt(const void* data, LONG i) {
+T SampleAt(const void* data, std::int64_t i) {
   T v;
-  std::memcpy(&v, static_cast<const unsigned char*>(data) + size_t(i) * sizeof(T), sizeof(T));
+  std::memcpy(&v, static_cast<const unsigned char*>(data) + std::ptrdiff_t(i) * std::ptrdiff_t(sizeof(T)), sizeof(T));
   return v;
 }
 
@@ -160,11 +163,15 @@ void CDataArray::SetAxisLimits(double& start, double& end) {
 void CDataArray::SetDataPointer(void* data, int owned) {
   // Dropping this array's share frees the samples unless a copy still holds them.
   m_pOwner.reset();
+  m_nOwnedBytes = 0;
   if (data) {
     m_pData = data;
     m_bSelfAllocated = 0;
     m_bOwned = owned;
-    if (owned) m_pOwner = std::shared_ptr<void>(data, [](void* p) { std::free(p); });
+    if (owned) {
+      m_pOwner = std::shared_ptr<void>(data, [](void* p) { std::free(p); });
+      m_nOwnedBytes = HeapBlockSize(data);
+    }
   } else {
     m_pData = nullptr;
     m_bSelfAllocated = 1;
@@ -178,17 +185,12 @@ LONG CDataArray::GetDataSize() const {
   return LONG(std::uint32_t(std::uint64_t(size)));
 }
 
-LONG CDataArray::ElementsHeld(size_t width) const {
-  if (!m_pData) return 0;
-  const std::int64_t size = (std::int64_t(m_lLastIndex) - m_lFirstIndex + 1) * DataValueSize(m_eValueType);
-  if (size <= 0) return 0;
-  const std::int64_t n = size / std::int64_t(width);
-  return n > INT32_MAX ? INT32_MAX : LONG(n);
-}
-
-// The sums read sample i from the start of the data, for i from first to last. The
-// old loop had no range test; here samples outside the block held count as 0, which
-// leaves every sum over samples that exist unchanged.
+// The sums read sample i from the start of the data, for i from first to last, with
+// no range test. Samples that the caller keeps (given with owned 0, or put straight in
+// m_pData) are the caller's, and the caller vouches for every index summed, as the old
+// loop demanded. Only a heap block handed over for the array to own and free has a
+// size the array knows; there, indices outside the block count as 0, which leaves
+// every sum over samples that exist unchanged.
 namespace {
 
 struct Sums {
@@ -197,30 +199,47 @@ struct Sums {
   double d = 0.0;
 };
 
+template <class T, class Add>
+void SumRange(const void* data, std::int64_t heldBytes, LONG first, LONG last, Add&& add) {
+  std::int64_t from = first, to = last;
+  if (heldBytes >= 0) {  // owned samples: only what the block holds
+    if (from < 0) from = 0;
+    const std::int64_t held = heldBytes / std::int64_t(sizeof(T));
+    if (to >= held) to = held - 1;
+  }
+  // A 64-bit index, so that a last index of the largest LONG ends the loop.
+  for (std::int64_t i = from; i <= to; ++i) add(SampleAt<T>(data, i));
+}
+
 }  // namespace
 
-static Sums SumSamples(const CDataArray& a, LONG heldLongs, LONG heldFloats, LONG heldDoubles, LONG first, LONG last) {
+std::int64_t CDataArray::OwnedBytes() const {
+  // A pointer put in m_pData by hand, over owned samples, is the caller's again.
+  return m_pOwner && m_pOwner.get() == m_pData ? std::int64_t(m_nOwnedBytes) : -1;
+}
+
+static Sums SumSamples(const CDataArray& a, std::int64_t heldBytes, LONG first, LONG last) {
   Sums s;
-  const LONG from = first < 0 ? 0 : first;
+  if (!a.m_pData) return s;  // no samples to read: a null pointer is never followed
   switch (a.m_eValueType) {
     case DATAVALUE_LONG:
     case DATAVALUE_USHORT:
       // kept: two-byte samples are summed as four-byte ones, as callers expect
-      for (LONG i = from; i <= last && i < heldLongs; ++i) s.l += std::uint32_t(SampleAt<LONG>(a.m_pData, i));
+      SumRange<LONG>(a.m_pData, heldBytes, first, last, [&s](LONG v) { s.l += std::uint32_t(v); });
       break;
     case DATAVALUE_FLOAT:
       // Each step is added in double precision and stored back in float.
-      for (LONG i = from; i <= last && i < heldFloats; ++i) s.f = float(double(s.f) + SampleAt<float>(a.m_pData, i));
+      SumRange<float>(a.m_pData, heldBytes, first, last, [&s](float v) { s.f = float(double(s.f) + v); });
       break;
     default:
-      for (LONG i = from; i <= last && i < heldDoubles; ++i) s.d += SampleAt<double>(a.m_pData, i);
+      SumRange<double>(a.m_pData, heldBytes, first, last, [&s](double v) { s.d += v; });
       break;
   }
   return s;
 }
 
 LONG CDataArray::LSumDataPoint(LONG first, LONG last) const {
-  const Sums s = SumSamples(*this, ElementsHeld(4), ElementsHeld(4), ElementsHeld(8), first, last);
+  const Sums s = SumSamples(*this, OwnedBytes(), first, last);
   switch (m_eValueType) {
     case DATAVALUE_LONG:
     case DATAVALUE_USHORT: return LONG(s.l);
@@ -230,7 +249,7 @@ LONG CDataArray::LSumDataPoint(LONG first, LONG last) const {
 }
 
 float CDataArray::FSumDataPoint(LONG first, LONG last) const {
-  const Sums s = SumSamples(*this, ElementsHeld(4), ElementsHeld(4), ElementsHeld(8), first, last);
+  const Sums s = SumSamples(*this, OwnedBytes(), first, last);
   switch (m_eValueType) {
     case DATAVALUE_LONG:
     case DATAVALUE_USHORT: return float(LONG(s.l));
@@ -241,7 +260,7 @@ float CDataArray::FSumDataPoint(LONG first, LONG last) const {
 }
 
 double CDataArray::DSumDataPoint(LONG first, LONG last) const {
-  const Sums s = SumSamples(*this, ElementsHeld(4), ElementsHeld(4), ElementsHeld(8), first, last);
+  const Sums s = SumSamples(*this, OwnedBytes(), first, last);
   switch (m_eValueType) {
     case DATAVALUE_LONG:
     case DATAVALUE_USHORT: return double(LONG(s.l));

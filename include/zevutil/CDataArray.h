@@ -2,6 +2,8 @@
 // (start, end, rate) with its axis arithmetic and sums, and CDataScaleInfo, the rule
 // that maps a raw value to a stored one.
 #pragma once
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "zevutil/platform/Types.h"
@@ -87,7 +89,10 @@ class CDataArray {
 
   // Sums of the samples from index first to index last, both included: types 1 and 5
   // as LONG samples, 2 as float, others as double; the floating sums get 0.5 added.
-  // Samples that lie outside the block held (GetDataSize bytes) count as 0.
+  // There is no range test: the caller vouches for every index of samples that it
+  // gave through SetDataPointer(data, 0) or put in m_pData. Samples that the array owns
+  // are read only inside their heap block; indices outside it count as 0. Without
+  // data every sum is 0 (0.5 for the floating ones).
   LONG LSumDataPoint(LONG first, LONG last) const;
   float FSumDataPoint(LONG first, LONG last) const;
   double DSumDataPoint(LONG first, LONG last) const;
@@ -116,10 +121,13 @@ class CDataArray {
   LONG m_lTailTag = -1;
 
  private:
-  // Where a sum may read: the element count of the given width inside the block held.
-  LONG ElementsHeld(size_t width) const;
+  // The bytes of the owned heap block that a sum may read, or -1 when the samples are
+  // the caller's (no bound).
+  std::int64_t OwnedBytes() const;
   // The owners' share of owned samples; copies share it.
   std::shared_ptr<void> m_pOwner;
+  // The usable size of the owned block, taken when it was handed over.
+  std::size_t m_nOwnedBytes = 0;
 };
 
 }  // namespace zev

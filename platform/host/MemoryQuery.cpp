@@ -100,8 +100,8 @@ bool IsReadableRange(const void* p, std::size_t size) {
   return r != Probe::Unreadable;
 }
 
-std::size_t HeapBlockSize(const void* block) {
-  return block ? malloc_usable_size(const_cast<void*>(block)) : 0;
+std::size_t HeapBlockSize(void* block) {
+  return block ? malloc_usable_size(block) : 0;
 }
 
 }  // namespace zev

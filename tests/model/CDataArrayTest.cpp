@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "zevutil/CDataArray.h"
+#include "zevutil/platform/Host.h"
 
 using namespace zev;
 
@@ -21,9 +22,12 @@ CDataArray Axis(double start, double end, double rate, LONG points) {
 }
 
 // A malloc'ed copy of the values, owned by the array, with the indices that cover it.
+// The heap may round the block up; that slack is zeroed, so sums past the values
+// read zeros up to the block's end.
 template <class T>
 void Hold(CDataArray& a, EDATAVALUETYPE type, const std::vector<T>& values, LONG points) {
   void* block = std::malloc(values.size() * sizeof(T));
+  std::memset(block, 0, HeapBlockSize(block));
   std::memcpy(block, values.data(), values.size() * sizeof(T));
   a.m_eValueType = type;
   a.m_lFirstIndex = 0;
@@ -149,12 +153,37 @@ TEST(CDataArray, DataSizeOwnershipAndDefaults) {
 }
 
 TEST(CDataArray, SumsByValueType) {
-  CDataArray longs, shorts, floats, doubles;
+  CDataArray longs, shorts, floats, doubles, fiveOwned;
   Hold<LONG>(longs, DATAVALUE_LONG, {1, 2, 3, -10}, 4);
   // kept: two-byte samples are summed as four-byte ones, the 8 bytes as two LONGs.
   Hold<unsigned short>(shorts, DATAVALUE_USHORT, {1, 2, 3, 4}, 4);
   Hold<float>(floats, DATAVALUE_FLOAT, {1.25f, 2.5f}, 2);
   Hold<double>(doubles, DATAVALUE_DOUBLE, {1.2, 2.2}, 2);
+  Hold<LONG>(fiveOwned, DATAVALUE_LONG, {1, 2, 3, 4, 5}, 1);  // the indices describe one point
+
+  // The caller's samples are summed with no range test: the indices that the array
+  // holds, or the block they describe, play no part.
+  LONG callerLongBuffer[] = {100, 200, 1, 2, 3, 4, 5, 300};
+  const LONG* fiveLongs = callerLongBuffer + 2;
+  CDataArray callerLongs;
+  callerLongs.m_eValueType = DATAVALUE_LONG;
+  callerLongs.SetDataPointer(const_cast<LONG*>(fiveLongs), 0);
+  unsigned short callerShortBuffer[] = {1, 2, 3, 4, 5, 6, 7, 8};
+  CDataArray callerShorts;
+  callerShorts.m_eValueType = DATAVALUE_USHORT;
+  callerShorts.SetDataPointer(callerShortBuffer, 0);
+  float callerFloatBuffer[] = {0.5f, 1.25f, 2.5f, 4.0f};
+  CDataArray callerFloats;
+  callerFloats.m_eValueType = DATAVALUE_FLOAT;
+  callerFloats.SetDataPointer(callerFloatBuffer + 1, 0);
+  double callerDoubleBuffer[] = {1.2, 2.2, 3.2};
+  CDataArray callerDoubles;
+  callerDoubles.m_eValueType = static_cast<EDATAVALUETYPE>(4);  // no form of its own: summed as double
+  callerDoubles.SetDataPointer(callerDoubleBuffer, 0);
+  // A pointer put in by hand over owned samples is the caller's too.
+  CDataArray handSet;
+  Hold<LONG>(handSet, DATAVALUE_LONG, {9}, 1);
+  handSet.m_pData = callerLongBuffer;
   struct Case {
     const char* name;
     const CDataArray* a;
@@ -172,6 +201,17 @@ TEST(CDataArray, SumsByValueType) {
       {"floats", &floats, 0, 1, 4, 4.25f, 4.25},
       {"doubles", &doubles, 0, 1, 3, 3.9f, 3.9},
       {"doubles from -5", &doubles, -5, 0, 1, 1.7f, 1.7},
+      {"owned: five samples, indices left at 0", &fiveOwned, 0, 4, 15, 15.0f, 15.0},
+      {"owned: far past the block", &fiveOwned, 3, 0x7FFFFFFF, 9, 9.0f, 9.0},
+      {"caller: five samples, indices left at 0", &callerLongs, 0, 4, 15, 15.0f, 15.0},
+      {"caller: from before the pointer", &callerLongs, -2, 0, 301, 301.0f, 301.0},
+      {"caller: past what the indices describe", &callerLongs, 4, 5, 305, 305.0f, 305.0},
+      {"caller: shorts as four longs", &callerShorts, 0, 3,
+       LONG(0x00020001u + 0x00040003u + 0x00060005u + 0x00080007u), 1310736.0f, 1310736.0},
+      {"caller: floats from before the pointer", &callerFloats, -1, 2, 8, 8.75f, 8.75},
+      {"caller: type 4 as doubles", &callerDoubles, 0, 2, 7, 7.1f, 7.1},
+      {"caller: reversed", &callerLongs, 3, 2, 0, 0.0f, 0.0},
+      {"hand-set pointer over owned samples", &handSet, 0, 7, 615, 615.0f, 615.0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

@@ -37,7 +37,7 @@ void Sleep(DWORD ms);
 bool IsReadableRange(const void* p, std::size_t size);
 // The bytes that may be used in a block of the heap (from malloc, calloc or realloc):
 // at least what was asked for. 0 for null. The block must come from the heap.
-std::size_t HeapBlockSize(const void* block);
+std::size_t HeapBlockSize(void* block);
 
 // ---- last error ----
 DWORD GetLastError();
