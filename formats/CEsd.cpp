@@ -7,6 +7,7 @@
 
 #include "formats/ByteCursor.h"
 #include "formats/ByteOrder.h"
+#include "formats/ReadLimits.h"
 #include "formats/TraceFile.h"
 
 namespace zev {
@@ -153,11 +154,12 @@ void CEsd::ParseTrailer(const BYTE* data, std::size_t size) {
 void CEsd::ParseDataPoints(const BYTE* data, std::size_t size) {
   const ULONG lines = GetNumberOfLines();
   if (!lines) return;
-  // Records that could not fit in the file at all are not allocated.
-  if (lines > size / kRecordSize) throw new CMemoryException;
+  // A claim too large to be allocated safely takes the path of a failed allocation.
+  if (!ClaimAllowed(std::uint64_t(lines) * kRecordSize, size)) throw new CMemoryException;
   ByteCursor cur(data, size);
-  // A record area shorter than the trailer claims reads trailer bytes as data; past
-  // the end of the file the records read as zeros. The array of the other kind stays.
+  // A short read raises nothing: a record area shorter than the trailer claims reads
+  // trailer bytes as data, and past the end of the file the records read as zeros.
+  // The array of the other kind stays.
   if (IsRawData()) {
     auto raw = std::make_shared<std::vector<EsdRawData>>(lines);
     for (EsdRawData& r : *raw)

@@ -213,33 +213,55 @@ TEST(CEsd, FilesOfEveryLength) {
     return b;
   };
 
-  // Each case reads into an object whose trailer already claims 3 processed lines.
+  std::vector<BYTE> claims40(632, 0);
+  Put32(claims40, 616, 40);
+  Put32(claims40, 620, 0x12345678);  // the scan rate: read as the count of record 31
+
+  // Each case reads into an object whose trailer already claims some processed lines
+  // (3 unless said otherwise). A short read is no failure: what the file lacks reads
+  // as zeros. Only a claim too large to allocate fails, after the trailer was read.
   struct Case {
     const char* name;
     std::vector<BYTE> bytes;
     bool ok;
     ULONG lines;  // GetNumberOfLines afterwards
+    ULONG earlier = 3;
+    int probe = -1;    // a record to look at afterwards
+    DWORD count = 0;   // its first word
   };
   const Case cases[] = {
-      {"good", good, true, 4},
-      {"shorter than the trailer: trailer kept, records read from it", std::vector<BYTE>(100, 7), true, 3},
-      {"too short even for the kept records", std::vector<BYTE>(40, 7), false, 3},
-      {"empty", {}, false, 3},
+      {"good", good, true, 4, 3, 3, 3},
+      {"shorter than the trailer: trailer kept, records read from it", std::vector<BYTE>(100, 7), true, 3, 3, 2,
+       0x07070707},
+      {"100 bytes into an object holding 10 lines", std::vector<BYTE>(100, 7), true, 10, 10, 4, 0x07070707},
+      {"100 bytes into 10 lines: past the file, zeros", std::vector<BYTE>(100, 7), true, 10, 10, 5, 0},
+      {"shorter than the kept records", std::vector<BYTE>(40, 7), true, 3, 3, 2, 0},
+      {"empty", {}, true, 3, 3, 0, 0},
       {"exactly a trailer, no lines", std::vector<BYTE>(632, 0), true, 0},
-      {"records past the end of the file", claiming(1000), false, 1000},
+      {"632 bytes whose trailer claims 40 lines", claims40, true, 40, 3, 31, 0x12345678},
+      {"632 bytes claiming 40 lines: the last ones are zeros", claims40, true, 40, 3, 39, 0},
+      {"records past the end of the file", claiming(1000), true, 1000, 3, 999, 0},
       {"record area shorter than claimed", claiming(10), true, 10},
+      {"a claim just past the allocation limit", claiming((256u << 20) / 20 + 1), false, (256u << 20) / 20 + 1},
+      {"the largest claim", claiming(0xFFFFFFFF), false, 0xFFFFFFFF},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     auto path = Tmp("len.esd");
     SaveBytes(path, c.bytes);
     CEsd e;
-    std::vector<BYTE> earlier(632, 0);
-    Put32(earlier, 616, 3);
-    ASSERT_TRUE(e.ReadFromMemory(earlier.data(), 632));
+    std::vector<BYTE> earlier(632 + 20 * c.earlier, 0);
+    Put32(earlier, 20 * c.earlier + 616, c.earlier);
+    ASSERT_TRUE(e.ReadFromMemory(earlier.data(), earlier.size()));
     EXPECT_EQ(e.Read(path.c_str()), c.ok);
     EXPECT_EQ(e.GetFileLength(), LONG(c.bytes.size()));
     EXPECT_EQ(e.GetNumberOfLines(), c.lines);
+    if (c.probe >= 0) {
+      LONG n = -1;
+      float f[4];
+      ASSERT_TRUE(e.GetProcessedData(c.probe, n, f[0], f[1], f[2], f[3]));
+      EXPECT_EQ(DWORD(n), c.count);
+    }
   }
 
   // Where the records claimed run into the trailer, its bytes read as data.
