@@ -3,11 +3,13 @@
 // count and that many signed 32-bit values.
 #include "zevutil/CCrv.h"
 
+#include <cstdint>
 #include <cstring>
 #include <new>
 
 #include "formats/ByteCursor.h"
 #include "formats/ByteOrder.h"
+#include "formats/ReadLimits.h"
 #include "formats/TraceFile.h"
 
 namespace zev {
@@ -151,31 +153,47 @@ BOOL CCrv::Write(const CString& path) {
 // ---- reading ----
 
 void CCrv::Parse(const BYTE* data, std::size_t size) {
-  ReleaseMemberData();
+  // The curves are read aside and taken over at the end, so that a failed allocation
+  // leaves the object as it was, and a good read replaces everything at once.
   ByteCursor cur(data, size);
+  std::vector<std::unique_ptr<CrvCurve>> curves;
+  bool headerGood = false;
+  unsigned int numbCurve = 0, sampleSize = m_nSampleSize, largest = 0;
+  std::uint64_t claimed = 0;  // bytes of all the curves so far
   // Header: a wrong magic reads as a file without curves.
-  if (cur.U32() != DWORD(kMagicLength)) return;
-  if (!cur.CanRead(kMagicLength) || std::memcmp(cur.Peek(kMagicLength), kMagic, kMagicLength) != 0) return;
-  cur.Skip(kMagicLength);
-  LONG n = cur.I32();
-  m_nNumbCurve = n < 1 ? 0 : unsigned(n);
-
-  unsigned int largest = 0;
-  for (unsigned int k = 0; k < m_nNumbCurve; ++k) {
+  if (cur.U32() == DWORD(kMagicLength) && cur.CanRead(kMagicLength) &&
+      std::memcmp(cur.Peek(kMagicLength), kMagic, kMagicLength) == 0) {
+    headerGood = true;
+    cur.Skip(kMagicLength);
+    const LONG n = cur.I32();
+    numbCurve = n < 1 ? 0 : unsigned(n);
+  }
+  for (unsigned int k = 0; headerGood && k < numbCurve; ++k) {
     // Past the end every count reads as 0 and is skipped: stop there.
     if (cur.AtEnd()) break;
-    LONG count = cur.I32();
+    const LONG count = cur.I32();
     if (count <= 0) continue;
-    // A count needing more values than the whole file holds is not allocated.
-    if (unsigned(count) > size / 4) throw new CMemoryException;
+    // A short read raises nothing: the values the file lacks read as 0. Claims too
+    // large to allocate safely take the path of a failed allocation.
+    claimed += std::uint64_t(count) * 4;
+    if (!ClaimAllowed(claimed, size)) throw new CMemoryException;
     auto curve = std::make_unique<CrvCurve>();
     curve->values.resize(size_t(count));
-    for (LONG& v : curve->values) v = cur.I32();
-    m_CurveList[0].push_back(std::move(curve));
-    m_nSampleSize = unsigned(count);
+    for (LONG& v : curve->values) {
+      if (cur.AtEnd()) break;
+      v = cur.I32();
+    }
+    curves.push_back(std::move(curve));
+    sampleSize = unsigned(count);
     if (unsigned(count) > largest) largest = unsigned(count);
   }
-  m_nMaximumSampleSize = largest;
+
+  ReleaseMemberData();
+  m_nNumbCurve = numbCurve;
+  m_CurveList[0] = std::move(curves);
+  m_nSampleSize = sampleSize;
+  // kept: a file with a wrong magic leaves the maximum sample size as it was.
+  if (headerGood) m_nMaximumSampleSize = largest;
 }
 
 BOOL CCrv::ReadFromMemory(const void* data, std::size_t size) {

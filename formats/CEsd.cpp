@@ -162,12 +162,15 @@ void CEsd::ParseDataPoints(const BYTE* data, std::size_t size) {
   // The array of the other kind stays.
   if (IsRawData()) {
     auto raw = std::make_shared<std::vector<EsdRawData>>(lines);
-    for (EsdRawData& r : *raw)
+    for (EsdRawData& r : *raw) {
+      if (cur.AtEnd()) break;  // the rest stays zero
       for (LONG& v : r.v) v = cur.I32();
+    }
     m_pRawData = std::move(raw);
   } else {
     auto proc = std::make_shared<std::vector<EsdProcessedData>>(lines);
     for (EsdProcessedData& r : *proc) {
+      if (cur.AtEnd()) break;
       r.n = cur.I32();
       for (float& f : r.f) f = cur.F32();
     }

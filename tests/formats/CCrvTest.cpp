@@ -133,38 +133,58 @@ TEST(CCrv, NothingToWriteStillMakesTheTraceOrderFile) {
 }
 
 TEST(CCrv, ReadingCurveFiles) {
+  // Every case reads into an object that already read one curve of two values.
+  const std::vector<BYTE> earlier = Words({1, 2, 5, 6});
   struct Case {
     const char* name;
     std::vector<BYTE> bytes;
     bool ok;
     unsigned curves;   // GetNumbCurve
     int listed;        // curves in the first list
-    unsigned longest;
+    unsigned longest;  // GetMaximumSampleSize
+    unsigned last;     // GetSampleSize
   };
   const Case cases[] = {
-      {"two curves", Words({2, 3, 1, 2, 3, 1, -7}), true, 2, 2, 3},
-      {"wrong length word", Words({12, 0}, false), true, 0, 0, 0},
-      {"wrong magic", [] { auto b = Words({1, 1, 5}); b[5] = 'X'; return b; }(), true, 0, 0, 0},
-      {"negative number of curves", Words({-4, 1, 5}), true, 0, 0, 0},
-      {"negative count skipped", Words({2, -5, 1, 8}), true, 2, 1, 1},
-      {"zero count skipped", Words({3, 2, 5, 6, 0, 1, 9}), true, 3, 2, 2},
-      {"truncated curve reads zeros", Words({1, 4, 1, 2}), true, 1, 1, 4},
-      {"more curves claimed than held", Words({0x7FFFFFFF, 1, 9}), true, 0x7FFFFFFF, 1, 1},
-      {"count beyond the file", Words({1, 0x40000000, 1}), false, 1, 0, 0},
-      {"empty", {}, true, 0, 0, 0},
+      {"two curves", Words({2, 3, 1, 2, 3, 1, -7}), true, 2, 2, 3, 1},
+      {"wrong length word: the longest stays", Words({12, 0}, false), true, 0, 0, 2, 2},
+      {"wrong magic", [] { auto b = Words({1, 1, 5}); b[5] = 'X'; return b; }(), true, 0, 0, 2, 2},
+      {"empty", {}, true, 0, 0, 2, 2},
+      {"negative number of curves", Words({-4, 1, 5}), true, 0, 0, 0, 2},
+      {"negative count skipped", Words({2, -5, 1, 8}), true, 2, 1, 1, 1},
+      {"zero count skipped", Words({3, 2, 5, 6, 0, 1, 9}), true, 3, 2, 2, 1},
+      {"truncated curve reads zeros", Words({1, 4, 1, 2}), true, 1, 1, 4, 4},
+      {"one curve of count 100 with two values present", Words({1, 100, 7, 8}), true, 1, 1, 100, 100},
+      {"more curves claimed than held", Words({0x7FFFFFFF, 1, 9}), true, 0x7FFFFFFF, 1, 1, 1},
+      {"a count past the allocation limit: as it was", Words({1, 0x40000000, 1}), false, 1, 1, 2, 2},
+      {"a count just past the limit, after a good curve", Words({2, 1, 4, (256 << 20) / 4 + 1}), false, 1, 1, 2, 2},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     auto path = Dir("read") / "in.CRV";
     SaveBytes(path, c.bytes);
     CCrv r;
+    ASSERT_TRUE(r.ReadFromMemory(earlier.data(), earlier.size()));
     EXPECT_EQ(r.Read(path.c_str()), c.ok);
     EXPECT_EQ(r.GetNumbCurve(), c.curves);
     EXPECT_EQ(r.GetCurveCount(0), c.listed);
-    if (c.ok) {
-      EXPECT_EQ(r.GetMaximumSampleSize(), c.longest);
-    }
+    EXPECT_EQ(r.GetMaximumSampleSize(), c.longest);
+    EXPECT_EQ(r.GetSampleSize(), c.last);
   }
+
+  // A short curve holds what the file has, then zeros.
+  CCrv r;
+  auto b = Words({1, 100, 7, 8});
+  ASSERT_TRUE(r.ReadFromMemory(b.data(), b.size()));
+  std::vector<LONG> want(100, 0);
+  want[0] = 7;
+  want[1] = 8;
+  ASSERT_NE(r.GetCurve(0, 0), nullptr);
+  EXPECT_EQ(r.GetCurve(0, 0)->values, want);
+  // A trailing part of a value reads with zeros for the missing bytes.
+  b.push_back(0x2A);
+  ASSERT_TRUE(r.ReadFromMemory(b.data(), b.size()));
+  EXPECT_EQ(r.GetCurve(0, 0)->values[2], 0x2A);
+  EXPECT_EQ(r.GetCurve(0, 0)->values[3], 0);
 }
 
 TEST(CCrv, GetSampleWalksTheCurvesAndPadsShortOnes) {
