@@ -156,7 +156,9 @@ TEST(CCrv, ReadingCurveFiles) {
       {"one curve of count 100 with two values present", Words({1, 100, 7, 8}), true, 1, 1, 100, 100},
       {"more curves claimed than held", Words({0x7FFFFFFF, 1, 9}), true, 0x7FFFFFFF, 1, 1, 1},
       {"a count past the allocation limit: as it was", Words({1, 0x40000000, 1}), false, 1, 1, 2, 2},
-      {"a count just past the limit, after a good curve", Words({2, 1, 4, (256 << 20) / 4 + 1}), false, 1, 1, 2, 2},
+      {"a count just past the limit", Words({1, (256 << 20) / 4 + 1}), false, 1, 1, 2, 2},
+      // The limit holds for all the curves of a file together.
+      {"a count at the limit after a good curve", Words({2, 1, 4, (256 << 20) / 4}), false, 1, 1, 2, 2},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
