@@ -121,26 +121,28 @@ CString CFile::GetFileName() const {
   return CString(cut ? cut + 1 : s);
 }
 
-static void FillStatus(const host::FileStatInfo& info, const char* name, CFileStatus& status) {
+static void FillStatusFromStat(const host::FileStatInfo& info, CFileStatus& status) {
   status.m_ctime = CTime(info.ctime);
   status.m_mtime = CTime(info.mtime);
   status.m_atime = CTime(info.atime);
   status.m_size = info.size;
   status.m_attribute = BYTE((info.isDir ? CFile::directory : 0) | (info.readOnly ? CFile::readOnly : 0));
-  if (!host::FullPath(name, status.m_szFullName, sizeof status.m_szFullName)) status.m_szFullName[0] = '\0';
 }
 
 BOOL CFile::GetStatus(CFileStatus& status) const {
   host::FileStatInfo info;
   if (m_hFile < 0 || !host::FileStatFd(m_hFile, info, nullptr)) return FALSE;
-  FillStatus(info, m_strFileName, status);
+  FillStatusFromStat(info, status);
+  if (!host::FullPathOfOpenFile(m_hFile, m_strFileName, status.m_szFullName, sizeof status.m_szFullName))
+    status.m_szFullName[0] = '\0';
   return TRUE;
 }
 
 BOOL CFile::GetStatus(const char* fileName, CFileStatus& status) {
   host::FileStatInfo info;
   if (!host::FileStatPath(fileName, info, nullptr)) return FALSE;
-  FillStatus(info, fileName, status);
+  FillStatusFromStat(info, status);
+  if (!host::FullPath(fileName, status.m_szFullName, sizeof status.m_szFullName)) status.m_szFullName[0] = '\0';
   return TRUE;
 }
 

@@ -136,4 +136,23 @@ bool FullPath(const char* path, char* out, std::size_t outSize) {
   return true;
 }
 
+bool FullPathOfOpenFile(int fd, const char* path, char* out, std::size_t outSize) {
+  if (!out || outSize == 0) return false;
+  // /proc names the open file as realpath() names its path, without a lookup per
+  // component; a file removed since it was opened, or no /proc, falls back.
+  char link[40];
+  std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+  char buf[PATH_MAX];
+  ssize_t n = fd >= 0 ? ::readlink(link, buf, sizeof buf - 1) : -1;
+  static constexpr char kDeleted[] = " (deleted)";
+  constexpr std::size_t kDeletedLength = sizeof kDeleted - 1;
+  if (n <= 0 || buf[0] != '/' ||
+      (std::size_t(n) >= kDeletedLength && std::memcmp(buf + n - kDeletedLength, kDeleted, kDeletedLength) == 0))
+    return FullPath(path, out, outSize);
+  buf[n] = '\0';
+  std::strncpy(out, buf, outSize - 1);
+  out[outSize - 1] = '\0';
+  return true;
+}
+
 }  // namespace zev::host

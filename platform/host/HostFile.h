@@ -28,5 +28,8 @@ bool FileRemove(const char* path, int* err);
 bool FileRename(const char* from, const char* to, int* err);
 // Absolute form of a path (the path itself when it can't be resolved).
 bool FullPath(const char* path, char* out, std::size_t outSize);
+// The same for the file open on fd, which path named: the system's own name of the open
+// file in one call where it has one, else FullPath(path). Both resolve every link.
+bool FullPathOfOpenFile(int fd, const char* path, char* out, std::size_t outSize);
 
 }  // namespace zev::host
