@@ -662,7 +662,7 @@ int CScf::InitSampleSizeAndArray(unsigned int count, unsigned int analyzedScale,
   m_PrivateHeader.analyzedSampleRate = analyzedRate;
   m_Samples1 = {};
   m_Samples2 = {};
-  m_Samples2.resize(count);
+  m_Samples2.assign(count, ScfSample2{});
   return 1;
 }
 
@@ -696,7 +696,7 @@ int CScf::InitRawDataSizeAndArray(unsigned int count, unsigned int rawScale, uns
   m_PrivateHeader.rawScaleFactor = rawScale;
   m_PrivateHeader.rawSampleRate = rawRate;
   m_RawData = {};
-  m_RawData.resize(count);
+  m_RawData.assign(count, ScfRawData{});
   return 1;
 }
 
