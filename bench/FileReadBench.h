@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,16 @@ extern "C" {
 }
 
 namespace benchsupport {
+
+// The folder of the public sample traces by its canonical name: links on the way to a
+// checkout (a work tree beside the shared data) would otherwise add their own lookups
+// to every reader's figures, ours and the peer's alike, and make them depend on where
+// the checkout lies.
+inline std::string SampleDir() {
+  std::error_code ec;
+  std::filesystem::path dir = std::filesystem::canonical(ZEV_SHARED_DIR "/testdata/traces", ec);
+  return ec ? std::string(ZEV_SHARED_DIR "/testdata/traces") : dir.string();
+}
 
 // True when read_reading() reads the file as the given io_lib format (TT_ABI, TT_SCF, ...).
 inline bool IoLibReads(const std::string& path, int format) {

@@ -17,11 +17,12 @@
 
 namespace {
 
-// The sample ABIF files that both readers accept.
+// The sample ABIF files that both readers accept, by their canonical names (see
+// benchsupport::SampleDir).
 const std::vector<std::string>& Files() {
   static const std::vector<std::string> files = [] {
     std::vector<std::string> all, both;
-    for (const auto& e : std::filesystem::directory_iterator(ZEV_SHARED_DIR "/testdata/traces")) {
+    for (const auto& e : std::filesystem::directory_iterator(benchsupport::SampleDir())) {
       std::string ext = e.path().extension().string();
       if (ext == ".ab1" || ext == ".abi" || ext == ".fsa") all.push_back(e.path().string());
     }

@@ -19,11 +19,12 @@
 
 namespace {
 
-// The good SCF sample files of the manifest (the deliberately broken ones left out).
+// The good SCF sample files of the manifest (the deliberately broken ones left out), by
+// their canonical names (see benchsupport::SampleDir).
 const std::vector<std::string>& Files() {
   static const std::vector<std::string> files = [] {
     std::vector<std::string> out;
-    const std::string dir = ZEV_SHARED_DIR "/testdata/traces/";
+    const std::string dir = benchsupport::SampleDir() + "/";
     std::ifstream in(dir + "MANIFEST.tsv");
     std::string line;
     std::getline(in, line);

@@ -335,31 +335,24 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
     m_Bases.resize(n);
     std::string letters;
     letters.resize(n);
+    ScfBase* bases = m_Bases.data();
     if (m_nVersion == 210) {
+      // The stored records are laid out as ScfBase is; only the peak needs its order.
       const BYTE* p = Block(cur, m_Header.basesOffset, std::size_t(n) * 12, scratch);
+      std::memcpy(bases, p, std::size_t(n) * sizeof(ScfBase));
       for (DWORD i = 0; i < n; ++i, p += 12) {
-        ScfBase& b = m_Bases[i];
-        b.peakIndex = LoadU32(p);
-        b.probA = p[4];
-        b.probC = p[5];
-        b.probG = p[6];
-        b.probT = p[7];
-        b.base = char(p[8]);
-        std::memcpy(b.spare, p + 9, 3);
-        letters[i] = b.base;
+        bases[i].peakIndex = LoadU32(p);
+        letters[i] = char(p[8]);
       }
     } else {
       // Peaks, four probabilities, letters; the spare array after them is not read.
       const BYTE* p = Block(cur, m_Header.basesOffset, std::size_t(n) * 9, scratch);
       const BYTE* prob = p + std::size_t(n) * 4;
       for (DWORD i = 0; i < n; ++i) {
-        ScfBase& b = m_Bases[i];
-        b.peakIndex = LoadU32(p + 4 * std::size_t(i));
-        b.probA = prob[i];
-        b.probC = prob[n + i];
-        b.probG = prob[2 * std::size_t(n) + i];
-        b.probT = prob[3 * std::size_t(n) + i];
-        letters[i] = b.base = char(prob[4 * std::size_t(n) + i]);
+        const char letter = char(prob[4 * std::size_t(n) + i]);
+        bases[i] = ScfBase{LoadU32(p + 4 * std::size_t(i)), prob[i], prob[n + i], prob[2 * std::size_t(n) + i],
+                           prob[3 * std::size_t(n) + i], letter, {0, 0, 0}};
+        letters[i] = letter;
       }
     }
     m_strBaseSequence = CString(std::move(letters));
@@ -393,15 +386,14 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
     cur.Seek(m_Header.commentsOffset);
     std::size_t have = n <= cur.Remaining() ? n : cur.Remaining();
     const char* text = reinterpret_cast<const char*>(cur.Peek(have));
-    std::size_t start = 0;
-    for (std::size_t i = 0; i <= have; ++i) {
-      bool atEnd = i == have;
-      if (!atEnd && text[i] != '\n') continue;
-      std::size_t len = 0;
-      while (start + len < i && text[start + len] != '\0') ++len;
+    for (std::size_t start = 0; start <= have;) {
+      const void* newline = have > start ? std::memchr(text + start, '\n', have - start) : nullptr;
+      const std::size_t end = newline ? std::size_t(static_cast<const char*>(newline) - text) : have;
+      const void* nul = end > start ? std::memchr(text + start, '\0', end - start) : nullptr;
+      const std::size_t len = (nul ? static_cast<const char*>(nul) - text : end) - start;
       // A last piece without a newline counts only when it holds text.
-      if (!atEnd || len > 0) m_Comments.AddTail(CString(text + start, int(len)));
-      start = i + 1;
+      if (newline || len > 0) m_Comments.AddTail(CString(text + start, int(len)));
+      start = end + 1;
     }
     cur.Skip(have);
   }
@@ -625,7 +617,7 @@ POSITION CScf::AddComment(CString text) {
 int CScf::InitBaseSizeAndArray(unsigned int count) {
   m_Header.bases = count;
   m_Bases = {};
-  m_Bases.resize(count);
+  m_Bases.assign(count, ScfBase{});
   return 1;
 }
 

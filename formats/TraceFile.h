@@ -59,10 +59,10 @@ inline bool OpenAndReadAll(CFile& file, const CString& path, std::vector<BYTE>& 
   return true;
 }
 
-// A named file taken whole for a reader: opened, its status taken once (the size in it
-// says how much to read), its bytes read into a buffer that the thread keeps for the
-// next file, and closed before the bytes are looked at. Reading many files one after
-// the other is the common case; a buffer that grew large is let go.
+// A named file taken whole for a reader: opened, its bytes read into a buffer that the
+// thread keeps for the next file, its status taken, and closed before the bytes are
+// looked at. Reading many files one after the other is the common case; a buffer that
+// grew large is let go.
 class FileInMemory {
  public:
   FileInMemory() {
@@ -81,16 +81,15 @@ class FileInMemory {
   FileInMemory& operator=(const FileInMemory&) = delete;
 
   // Reads the file at path; status, when given, receives its status as the open file
-  // had it. False when the file cannot be opened. A failed read or close throws as
-  // CFile's do, and a size beyond the memory there is as a failed allocation. A file
-  // that shrank meanwhile reads short, which is no error.
+  // has it after the read (which may have moved its access time). False when the file
+  // cannot be opened. A failed read or close throws as CFile's do, and a size beyond
+  // the memory there is as a failed allocation. A file that shrank meanwhile reads
+  // short, which is no error.
   bool Load(const CString& path, CFileStatus* status) {
     m_size = 0;
     CFile file;
     if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) return false;
-    CFileStatus own;
-    CFileStatus& st = status ? *status : own;
-    ULONGLONG length = status && file.GetStatus(st) ? ULONGLONG(st.m_size) : file.GetLength();
+    const ULONGLONG length = file.GetLength();
     Reserve(length);
     while (m_size < length) {
       UINT chunk = UINT(std::min<ULONGLONG>(length - m_size, 1u << 30));
@@ -98,6 +97,7 @@ class FileInMemory {
       if (n == 0) break;
       m_size += n;
     }
+    if (status) file.GetStatus(*status);
     file.Close();
     return true;
   }

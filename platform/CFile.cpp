@@ -35,7 +35,8 @@ BOOL CFile::Open(const char* fileName, UINT flags, CFileException* error) {
   bool create = (flags & modeCreate) != 0;
   bool truncate = create && !(flags & modeNoTruncate);
   int err = 0;
-  int fd = fileName ? host::FileOpen(fileName, read, write, create, truncate, &err) : -1;
+  m_bNameHasNoLinks = false;
+  int fd = fileName ? host::FileOpen(fileName, read, write, create, truncate, &err, &m_bNameHasNoLinks) : -1;
   if (fd < 0) {
     if (!fileName) err = EINVAL;
     if (error) {
@@ -133,7 +134,8 @@ BOOL CFile::GetStatus(CFileStatus& status) const {
   host::FileStatInfo info;
   if (m_hFile < 0 || !host::FileStatFd(m_hFile, info, nullptr)) return FALSE;
   FillStatusFromStat(info, status);
-  if (!host::FullPathOfOpenFile(m_hFile, m_strFileName, status.m_szFullName, sizeof status.m_szFullName))
+  if (!(m_bNameHasNoLinks && host::FullPathWithoutLinks(m_strFileName, status.m_szFullName, sizeof status.m_szFullName)) &&
+      !host::FullPathOfOpenFile(m_hFile, m_strFileName, status.m_szFullName, sizeof status.m_szFullName))
     status.m_szFullName[0] = '\0';
   return TRUE;
 }

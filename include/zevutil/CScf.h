@@ -231,7 +231,7 @@ class CScf {
   };
 
   // An empty vector stands for an absent array.
-  std::vector<ScfBase> m_Bases;
+  std::vector<ScfBase, FilledByCaller<ScfBase>> m_Bases;
   std::vector<ScfSample1, FilledByCaller<ScfSample1>> m_Samples1;
   std::vector<ScfSample2, FilledByCaller<ScfSample2>> m_Samples2;
   std::vector<ScfRawData, FilledByCaller<ScfRawData>> m_RawData;

@@ -85,8 +85,18 @@ TEST(CFile, StatusOfAnOpenFileHasTheResolvedFullName) {
   fs::remove(real / "alias.bin");
   fs::create_symlink(real / "t.bin", real / "alias.bin");
   const std::string canonical = fs::canonical(real / "t.bin").string();
-  const std::string names[] = {(real / "t.bin").string(), (linkDir / "t.bin").string(),
-                               (real / "alias.bin").string(), (linkDir / ".." / "dir" / "." / "t.bin").string()};
+  // Absolute and relative names, with and without links, dots and doubled slashes.
+  const std::string names[] = {(real / "t.bin").string(),
+                               (linkDir / "t.bin").string(),
+                               (real / "alias.bin").string(),
+                               (linkDir / ".." / "dir" / "." / "t.bin").string(),
+                               real.string() + "//./../dir/t.bin",
+                               "dir/t.bin",
+                               "./dir/../dir//t.bin",
+                               "linked/t.bin",
+                               "linked/../dir/alias.bin"};
+  const fs::path before = fs::current_path();
+  fs::current_path(real.parent_path());
   for (const std::string& name : names) {
     SCOPED_TRACE(name);
     CFile f(name.c_str(), CFile::modeRead);
@@ -97,6 +107,7 @@ TEST(CFile, StatusOfAnOpenFileHasTheResolvedFullName) {
     EXPECT_STREQ(open.m_szFullName, byName.m_szFullName);
     EXPECT_EQ(open.m_size, 3);
   }
+  fs::current_path(before);
   CFile f((real / "t.bin").c_str(), CFile::modeRead);
   fs::remove(real / "t.bin");
   CFileStatus removed;
