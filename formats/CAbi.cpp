@@ -23,66 +23,16 @@ constexpr int kRawDataTag = 0;    // DATA 1-4
 constexpr int kVcptDataTag = 4;   // DATA 5-8
 constexpr int kSampleTag = 8;     // DATA 9-12
 
-// The bytes of a whole file. The buffer is kept per thread for the next file (unless it
-// grew large), since reading many files one after the other is the common case.
-class FileBytes {
- public:
-  explicit FileBytes(CFile& file) {
-    ULONGLONG length = file.GetLength();
-    Buffer& buffer = ThreadBuffer();
-    if (length > buffer.capacity) {
-      try {
-        buffer.bytes.reset(new std::uint8_t[std::size_t(length)]);
-      } catch (const std::exception&) {
-        buffer.capacity = 0;
-        AfxThrowMemoryException();
-      }
-      buffer.capacity = std::size_t(length);
-    }
-    m_data = buffer.bytes.get();
-    while (m_size < length) {
-      UINT chunk = UINT(std::min<ULONGLONG>(length - m_size, 1u << 30));
-      UINT n = file.Read(m_data + m_size, chunk);
-      if (n == 0) break;  // a file that shrank meanwhile reads short, which is no error
-      m_size += n;
-    }
-  }
-  ~FileBytes() {
-    Buffer& buffer = ThreadBuffer();
-    if (buffer.capacity > kKeep) {
-      buffer.bytes.reset();
-      buffer.capacity = 0;
-    }
-  }
-  FileBytes(const FileBytes&) = delete;
-  FileBytes& operator=(const FileBytes&) = delete;
-  const std::uint8_t* data() const { return m_data; }
-  std::size_t size() const { return m_size; }
-
- private:
-  static constexpr std::size_t kKeep = std::size_t(16) << 20;
-  struct Buffer {
-    std::unique_ptr<std::uint8_t[]> bytes;
-    std::size_t capacity = 0;
-  };
-  static Buffer& ThreadBuffer() {
-    thread_local Buffer buffer;
-    return buffer;
-  }
-  std::uint8_t* m_data = nullptr;
-  std::size_t m_size = 0;
-};
-
-// Opens the file at path, takes it whole and hands it to use with a big-endian cursor
-// over its bytes. Gives 0 when the file cannot be opened or read, is no ABIF file, or
-// asks for more memory than there is.
+// Takes the file at path whole (and its status, when asked) and hands it to use with a
+// big-endian cursor over its bytes. Gives 0 when the file cannot be opened or read, is
+// no ABIF file, or asks for more memory than there is.
 template <class Use>
-int ReadWholeFile(const CString& path, Use&& use) {
+int ReadWholeFile(const CString& path, CFileStatus* status, Use&& use) {
   return tracefile::Guarded<CabiException>([&] {
-    CFile file(path, CFile::modeRead | CFile::typeBinary);
-    FileBytes bytes(file);
-    ByteCursor in(bytes.data(), bytes.size(), true);
-    use(file, in);
+    tracefile::FileInMemory file;
+    if (!file.Load(path, status)) return 0;
+    ByteCursor in(file.Data(), file.Size(), true);
+    use(in);
     return 1;
   });
 }
@@ -180,13 +130,13 @@ void CAbi::InitMemberData() {
 int CAbi::Read(const CString& path) {
   m_strFileName = path;
   m_bStatusValid = 0;
-  return ReadWholeFile(path, [this](CFile& file, ByteCursor& in) {
+  CFileStatus status;
+  return ReadWholeFile(path, &status, [&](ByteCursor& in) {
     InitMemberData();
     ParseFile(in, false);
     if (!m_pFileStatus) m_pFileStatus = std::make_shared<CFileStatus>();
-    file.GetStatus(*m_pFileStatus);
+    *m_pFileStatus = status;
     m_bStatusValid = 1;
-    file.Close();
   });
 }
 
@@ -194,7 +144,7 @@ int CAbi::GetFileStats(const CString& path, unsigned int& samples, unsigned int&
   samples = 0;
   rawData = 0;
   m_bStatusValid = 0;
-  return ReadWholeFile(path, [&](CFile&, ByteCursor& in) {
+  return ReadWholeFile(path, nullptr, [&](ByteCursor& in) {
     InitMemberData();
     ParseFile(in, true);
     if (m_bSequenceFile || m_bFragmentFile) samples = unsigned(GetSampleCount());
@@ -273,12 +223,11 @@ void CAbi::ReadFlagRecordsInto(int tableSize) {
     const Abi_flag_record& r = dir[i];
     // Kept: a record whose data field is 0 counts as absent, even an inline value of 0.
     if (r.DataOffset == 0) continue;
-    for (int s = 0; s < tableSize; ++s) {
-      if (!taken[s] && TagIs(table[s], r.TagName, r.TagNumber)) {
-        table[s] = r;  // of duplicate records the first wins
-        taken[s] = true;
-        break;
-      }
+    // The table was just made, so its names are those of its kind.
+    int s = abif::TagIndex(tableSize, r.TagName, r.TagNumber);
+    if (s >= 0 && !taken[s]) {
+      table[s] = r;  // of duplicate records the first wins
+      taken[s] = true;
     }
   }
   for (int k = 0; k < 4; ++k)

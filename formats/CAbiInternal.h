@@ -37,15 +37,58 @@ inline constexpr TagName kFragmentTags[CAbi::kFragmentRecordCount] = {
     {"RUND", 2}, {"RUNT", 1}, {"RUNT", 2},  {"ScSt", 1},  {"SdPk", 1},  {"SdPk", 2}, {"SdPk", 3},
     {"SdPk", 4}, {"Scan", 1}, {"SpNm", 1},  {"StdF", 1}};
 
+// The slot of every tag of a table, found by a hash of its name and number: the
+// tables are searched once per directory record of every file read.
+class TagLookup {
+ public:
+  template <std::size_t N>
+  constexpr explicit TagLookup(const TagName (&tags)[N]) {
+    for (Bucket& b : m_buckets) b = Bucket{};
+    for (std::size_t i = 0; i < N; ++i) {
+      const std::uint32_t name = Name(tags[i].tag);
+      std::size_t h = Hash(name, tags[i].number);
+      while (m_buckets[h].slot >= 0) {
+        if (m_buckets[h].name == name && m_buckets[h].number == tags[i].number) throw "a tag stands twice";
+        h = (h + 1) % kBuckets;
+      }
+      m_buckets[h] = Bucket{name, tags[i].number, int(i)};
+    }
+  }
+  int Find(const char* tag, LONG number) const {
+    const std::uint32_t name = LoadU32(reinterpret_cast<const std::uint8_t*>(tag));
+    for (std::size_t h = Hash(name, number);; h = (h + 1) % kBuckets) {
+      const Bucket& b = m_buckets[h];
+      if (b.slot < 0) return -1;
+      if (b.name == name && b.number == number) return b.slot;
+    }
+  }
+
+ private:
+  static constexpr std::size_t kBuckets = 128;  // over twice the larger table: short probes
+  struct Bucket {
+    std::uint32_t name = 0;
+    LONG number = 0;
+    int slot = -1;
+  };
+  static constexpr std::uint32_t Name(const char* tag) {
+    return std::uint32_t(std::uint8_t(tag[0])) << 24 | std::uint32_t(std::uint8_t(tag[1])) << 16 |
+           std::uint32_t(std::uint8_t(tag[2])) << 8 | std::uint8_t(tag[3]);
+  }
+  static constexpr std::size_t Hash(std::uint32_t name, LONG number) {
+    return std::size_t(((name ^ (std::uint32_t(number) * 0x9E3779B1u)) * 0x85EBCA6Bu) >> 25);
+  }
+  Bucket m_buckets[kBuckets];
+};
+
+inline constexpr TagLookup kSequenceLookup{kSequenceTags};
+inline constexpr TagLookup kFragmentLookup{kFragmentTags};
+
 // The slot of a tag in the table of the given size, or -1. The names of a table are
 // never swapped, so this also finds a slot of a table that a Write left swapped.
 inline int TagIndex(int tableSize, const char* tag, LONG number) {
-  const TagName* list = tableSize == CAbi::kSequenceRecordCount   ? kSequenceTags
-                        : tableSize == CAbi::kFragmentRecordCount ? kFragmentTags
-                                                                  : nullptr;
-  for (int i = 0; list && i < tableSize; ++i)
-    if (list[i].number == number && std::memcmp(list[i].tag, tag, 4) == 0) return i;
-  return -1;
+  return tableSize == CAbi::kSequenceRecordCount   ? kSequenceLookup.Find(tag, number)
+         : tableSize == CAbi::kFragmentRecordCount ? kFragmentLookup.Find(tag, number)
+                                                   : -1;
 }
 
 inline bool TagIs(const Abi_flag_record& r, const char* tag, LONG number) {

@@ -1,6 +1,8 @@
 // The frame that the trace-file readers and writers share: what their failures turn
 // into, and how a named file is opened, read, written, closed and stat'ed.
 #pragma once
+#include <algorithm>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -56,6 +58,81 @@ inline bool OpenAndReadAll(CFile& file, const CString& path, std::vector<BYTE>& 
   ReadAllBytes(file, bytes);
   return true;
 }
+
+// A named file taken whole for a reader: opened, its bytes read into a buffer that the
+// thread keeps for the next file, its status taken, and closed before the bytes are
+// looked at. Reading many files one after the other is the common case; a buffer that
+// grew large is let go.
+class FileInMemory {
+ public:
+  FileInMemory() {
+    Buffer& shared = ThreadBuffer();
+    m_buffer = shared.inUse ? &m_own : &shared;  // a second one at a time gets its own
+    m_buffer->inUse = true;
+  }
+  ~FileInMemory() {
+    m_buffer->inUse = false;
+    if (m_buffer->capacity > kKeep) {
+      m_buffer->bytes.reset();
+      m_buffer->capacity = 0;
+    }
+  }
+  FileInMemory(const FileInMemory&) = delete;
+  FileInMemory& operator=(const FileInMemory&) = delete;
+
+  // Reads the file at path; status, when given, receives its status as the open file
+  // has it after the read (which may have moved its access time). False when the file
+  // cannot be opened. A failed read or close throws as CFile's do, and a size beyond
+  // the memory there is as a failed allocation. A file that shrank meanwhile reads
+  // short, which is no error.
+  bool Load(const CString& path, CFileStatus* status) {
+    m_size = 0;
+    CFile file;
+    if (!file.Open(path, CFile::modeRead | CFile::typeBinary)) return false;
+    const ULONGLONG length = file.GetLength();
+    Reserve(length);
+    while (m_size < length) {
+      UINT chunk = UINT(std::min<ULONGLONG>(length - m_size, 1u << 30));
+      UINT n = file.Read(m_buffer->bytes.get() + m_size, chunk);
+      if (n == 0) break;
+      m_size += n;
+    }
+    if (status) file.GetStatus(*status);
+    file.Close();
+    return true;
+  }
+
+  const BYTE* Data() const { return m_buffer->bytes.get(); }
+  std::size_t Size() const { return m_size; }
+
+ private:
+  static constexpr std::size_t kKeep = std::size_t(16) << 20;
+  struct Buffer {
+    std::unique_ptr<BYTE[]> bytes;
+    std::size_t capacity = 0;
+    bool inUse = false;
+  };
+  static Buffer& ThreadBuffer() {
+    thread_local Buffer buffer;
+    return buffer;
+  }
+  void Reserve(ULONGLONG length) {
+    if (length <= m_buffer->capacity) return;
+    m_buffer->bytes.reset();
+    m_buffer->capacity = 0;
+    try {
+      if (length > std::numeric_limits<std::size_t>::max()) throw std::bad_alloc();
+      m_buffer->bytes.reset(new BYTE[std::size_t(length)]);
+    } catch (const std::bad_alloc&) {
+      AfxThrowMemoryException();
+    }
+    m_buffer->capacity = std::size_t(length);
+  }
+
+  Buffer* m_buffer;
+  Buffer m_own;
+  std::size_t m_size = 0;
+};
 
 // Fills out with what serialize(out) makes; on failure out is emptied and the result
 // is FALSE.

@@ -28,7 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   CChannelDef other;
   CreateDefaultZEVChannelDef(other);
-  other.SetLayoutTag(def.GetLayoutTag() + 1);
+  // A tag that differs from the one read in its lowest bit: any value read (even the
+  // largest) gives another valid tag, where adding one would overflow.
+  other.SetLayoutTag(def.GetLayoutTag() ^ 1);
   CChannelDef merged = def;
   merged += other;
   merged += merged;

@@ -35,7 +35,8 @@ BOOL CFile::Open(const char* fileName, UINT flags, CFileException* error) {
   bool create = (flags & modeCreate) != 0;
   bool truncate = create && !(flags & modeNoTruncate);
   int err = 0;
-  int fd = fileName ? host::FileOpen(fileName, read, write, create, truncate, &err) : -1;
+  m_bNameHasNoLinks = false;
+  int fd = fileName ? host::FileOpen(fileName, read, write, create, truncate, &err, &m_bNameHasNoLinks) : -1;
   if (fd < 0) {
     if (!fileName) err = EINVAL;
     if (error) {
@@ -121,26 +122,29 @@ CString CFile::GetFileName() const {
   return CString(cut ? cut + 1 : s);
 }
 
-static void FillStatus(const host::FileStatInfo& info, const char* name, CFileStatus& status) {
+static void FillStatusFromStat(const host::FileStatInfo& info, CFileStatus& status) {
   status.m_ctime = CTime(info.ctime);
   status.m_mtime = CTime(info.mtime);
   status.m_atime = CTime(info.atime);
   status.m_size = info.size;
   status.m_attribute = BYTE((info.isDir ? CFile::directory : 0) | (info.readOnly ? CFile::readOnly : 0));
-  if (!host::FullPath(name, status.m_szFullName, sizeof status.m_szFullName)) status.m_szFullName[0] = '\0';
 }
 
 BOOL CFile::GetStatus(CFileStatus& status) const {
   host::FileStatInfo info;
   if (m_hFile < 0 || !host::FileStatFd(m_hFile, info, nullptr)) return FALSE;
-  FillStatus(info, m_strFileName, status);
+  FillStatusFromStat(info, status);
+  if (!(m_bNameHasNoLinks && host::FullPathWithoutLinks(m_strFileName, status.m_szFullName, sizeof status.m_szFullName)) &&
+      !host::FullPathOfOpenFile(m_hFile, m_strFileName, status.m_szFullName, sizeof status.m_szFullName))
+    status.m_szFullName[0] = '\0';
   return TRUE;
 }
 
 BOOL CFile::GetStatus(const char* fileName, CFileStatus& status) {
   host::FileStatInfo info;
   if (!host::FileStatPath(fileName, info, nullptr)) return FALSE;
-  FillStatus(info, fileName, status);
+  FillStatusFromStat(info, status);
+  if (!host::FullPath(fileName, status.m_szFullName, sizeof status.m_szFullName)) status.m_szFullName[0] = '\0';
   return TRUE;
 }
 

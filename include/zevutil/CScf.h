@@ -209,11 +209,32 @@ class CScf {
   CString m_strBaseSequence;
   CString m_strCommentText;
   CStringList m_Comments{10};
+  // Leaves the elements that resize adds uninitialised: the reader writes every one,
+  // and the building calls fill theirs with zeros themselves.
+  template <class T>
+  struct FilledByCaller : std::allocator<T> {
+    template <class U>
+    struct rebind {
+      using other = FilledByCaller<U>;
+    };
+    FilledByCaller() = default;
+    template <class U>
+    FilledByCaller(const FilledByCaller<U>&) {}
+    template <class U>
+    void construct(U* p) {
+      ::new (static_cast<void*>(p)) U;
+    }
+    template <class U, class... Args>
+    void construct(U* p, Args&&... args) {
+      ::new (static_cast<void*>(p)) U(static_cast<Args&&>(args)...);
+    }
+  };
+
   // An empty vector stands for an absent array.
-  std::vector<ScfBase> m_Bases;
-  std::vector<ScfSample1> m_Samples1;
-  std::vector<ScfSample2> m_Samples2;
-  std::vector<ScfRawData> m_RawData;
+  std::vector<ScfBase, FilledByCaller<ScfBase>> m_Bases;
+  std::vector<ScfSample1, FilledByCaller<ScfSample1>> m_Samples1;
+  std::vector<ScfSample2, FilledByCaller<ScfSample2>> m_Samples2;
+  std::vector<ScfRawData, FilledByCaller<ScfRawData>> m_RawData;
   std::vector<ScfCvtData> m_CvtData;
   // One byte more than the field, always NUL, so that a field read whole from a
   // file without a terminator still ends inside the object.

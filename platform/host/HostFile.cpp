@@ -3,13 +3,20 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#if defined(SYS_openat2) && __has_include(<linux/openat2.h>)
+#include <linux/openat2.h>
+#define ZEV_HAVE_OPENAT2 1
+#endif
 
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 namespace zev::host {
 
@@ -27,14 +34,27 @@ void FillStat(const struct stat& st, FileStatInfo& out) {
 }
 }  // namespace
 
-int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err) {
+int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err, bool* noLinks) {
   int flags = O_CLOEXEC;
   if (read && write) flags |= O_RDWR;
   else if (write) flags |= O_WRONLY;
   else flags |= O_RDONLY;
   if (create) flags |= O_CREAT;
   if (truncate) flags |= O_TRUNC;
-  int fd = ::open(path, flags, 0666);
+  if (noLinks) *noLinks = false;
+  int fd = -1;
+#ifdef ZEV_HAVE_OPENAT2
+  // A lookup that refuses links: when it succeeds the full name needs no lookup of its
+  // own later. Any failure (a link on the way, an older system) opens as usual, which
+  // also gives the usual error.
+  struct open_how how {};
+  how.flags = std::uint64_t(flags);
+  how.mode = create ? 0666 : 0;
+  how.resolve = RESOLVE_NO_SYMLINKS;
+  if (path) fd = int(::syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how));
+  if (fd >= 0 && noLinks) *noLinks = true;
+#endif
+  if (fd < 0) fd = ::open(path, flags, 0666);
   if (fd < 0) { SetErr(err); return -1; }
   struct stat st {};
   if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
@@ -132,6 +152,58 @@ bool FullPath(const char* path, char* out, std::size_t outSize) {
   const char* src = path;
   if (::realpath(path, buf)) src = buf;
   std::strncpy(out, src, outSize - 1);
+  out[outSize - 1] = '\0';
+  return true;
+}
+
+bool FullPathOfOpenFile(int fd, const char* path, char* out, std::size_t outSize) {
+  if (!out || outSize == 0) return false;
+  // /proc names the open file as realpath() names its path, without a lookup per
+  // component; a file removed since it was opened, or no /proc, falls back.
+  char link[40];
+  std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+  char buf[PATH_MAX];
+  ssize_t n = fd >= 0 ? ::readlink(link, buf, sizeof buf - 1) : -1;
+  static constexpr char kDeleted[] = " (deleted)";
+  constexpr std::size_t kDeletedLength = sizeof kDeleted - 1;
+  if (n <= 0 || std::size_t(n) >= sizeof buf - 1 || buf[0] != '/' ||
+      (std::size_t(n) >= kDeletedLength && std::memcmp(buf + n - kDeletedLength, kDeleted, kDeletedLength) == 0))
+    return FullPath(path, out, outSize);
+  buf[n] = '\0';
+  std::strncpy(out, buf, outSize - 1);
+  out[outSize - 1] = '\0';
+  return true;
+}
+
+bool FullPathWithoutLinks(const char* path, char* out, std::size_t outSize) {
+  if (!path || !*path || !out || outSize == 0) return false;
+  std::string full;
+  if (path[0] != '/') {
+    char cwd[PATH_MAX];
+    if (!::getcwd(cwd, sizeof cwd) || cwd[0] != '/') return false;
+    full = cwd;
+    full += '/';
+  }
+  full += path;
+  // Without links, "." and ".." are resolved on the text, as realpath() then does.
+  std::string resolved;
+  std::size_t i = 0;
+  while (i < full.size()) {
+    std::size_t end = full.find('/', i);
+    if (end == std::string::npos) end = full.size();
+    std::string_view part(full.data() + i, end - i);
+    if (part == "..") {
+      std::size_t slash = resolved.rfind('/');
+      resolved.resize(slash == std::string::npos ? 0 : slash);
+    } else if (!part.empty() && part != ".") {
+      resolved += '/';
+      resolved += part;
+    }
+    i = end + 1;
+  }
+  if (resolved.empty()) resolved.push_back('/');
+  if (resolved.size() >= PATH_MAX) return false;  // too long for realpath()
+  std::strncpy(out, resolved.c_str(), outSize - 1);
   out[outSize - 1] = '\0';
   return true;
 }

@@ -14,7 +14,10 @@ struct FileStatInfo {
   bool readOnly = false;
 };
 
-int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err);
+// Where the system can, the path is looked up without following links; *noLinks (when
+// given) tells whether that succeeded, so that the path holds no link at all.
+int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err,
+             bool* noLinks = nullptr);
 std::int64_t FileRead(int fd, void* buf, std::size_t n, int* err);
 std::int64_t FileWrite(int fd, const void* buf, std::size_t n, int* err);
 std::int64_t FileSeek(int fd, std::int64_t off, int whence, int* err);
@@ -28,5 +31,12 @@ bool FileRemove(const char* path, int* err);
 bool FileRename(const char* from, const char* to, int* err);
 // Absolute form of a path (the path itself when it can't be resolved).
 bool FullPath(const char* path, char* out, std::size_t outSize);
+// The same for the file open on fd, which path named: the system's own name of the open
+// file in one call where it has one, else FullPath(path). Both resolve every link.
+bool FullPathOfOpenFile(int fd, const char* path, char* out, std::size_t outSize);
+// The same for a path known to hold no link (see FileOpen), worked out from its text and,
+// for a relative path, the working directory: what FullPath gives, without a lookup.
+// False when it cannot be worked out that way.
+bool FullPathWithoutLinks(const char* path, char* out, std::size_t outSize);
 
 }  // namespace zev::host

@@ -341,6 +341,66 @@ TEST(CScf, OneByteVersion3SamplesAreDecoded) {
   }
 }
 
+// Every way samples and raw data are stored, at lengths on both sides of the widths the
+// decoders take at a time, with values that wrap the running sums: each value reads back.
+TEST(CScf, StoredSamplesAndRawDataDecodeAtEveryLength) {
+  std::uint32_t seed = 12345;
+  auto next = [&seed] { return seed = seed * 1103515245u + 12345u, WORD(seed >> 12); };
+  for (const char* version : {"2.10", "3.00"})
+    for (DWORD width : {1u, 2u})
+      for (DWORD n : {1u, 2u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 33u, 100u}) {
+        SCOPED_TRACE(std::string(version) + " width " + std::to_string(width) + " n " + std::to_string(n));
+        std::vector<WORD> chan[4], raw[4];
+        for (int k = 0; k < 4; ++k)
+          for (DWORD i = 0; i < n; ++i) {
+            chan[k].push_back(width == 1 ? WORD(next() & 0xFF) : next());
+            raw[k].push_back(next());
+          }
+        FileBuilder f;
+        f.Version(version);
+        f.Put32(4, n);
+        f.Put32(8, 128);
+        f.Put32(40, width);
+        auto put = [&f, width](WORD v) {
+          if (width == 2) f.b.push_back(BYTE(v >> 8));
+          f.b.push_back(BYTE(v));
+        };
+        if (std::strcmp(version, "3.00") == 0) {
+          for (auto& ch : chan) {
+            std::vector<WORD> enc = ch;
+            std::vector<unsigned char> enc8(ch.begin(), ch.end());
+            CScf::DeltaEncode(enc.data(), enc.size());
+            CScf::DeltaEncode(enc8.data(), enc8.size());
+            for (DWORD i = 0; i < n; ++i) put(width == 2 ? enc[i] : enc8[i]);
+          }
+        } else {
+          for (DWORD i = 0; i < n; ++i)
+            for (auto& ch : chan) put(ch[i]);
+        }
+        // A private section with the raw data right behind its 128-byte header.
+        const DWORD priv = DWORD(f.b.size());
+        f.Put32(48, 128 + 8 * n);
+        f.Put32(52, priv);
+        f.Put32(priv, CScf::kPrivateMagic);
+        f.Put32(priv + 4, n);
+        f.Put32(priv + 8, 128);
+        f.b.resize(priv + 128);
+        for (DWORD i = 0; i < n; ++i)
+          for (auto& r : raw) f.b.insert(f.b.end(), {BYTE(r[i] >> 8), BYTE(r[i])});
+        CScf s;
+        ASSERT_TRUE(s.ReadFromMemory(f.b.data(), f.b.size()));
+        for (DWORD i = 0; i < n; ++i) {
+          unsigned short v[4], r[4];
+          ASSERT_TRUE(s.GetSample(int(i), v[0], v[1], v[2], v[3]));
+          ASSERT_TRUE(s.GetRawData(int(i), r[0], r[1], r[2], r[3]));
+          for (int k = 0; k < 4; ++k) {
+            ASSERT_EQ(v[k], chan[k][i]) << "sample " << i << " channel " << k;
+            ASSERT_EQ(r[k], raw[k][i]) << "raw " << i << " channel " << k;
+          }
+        }
+      }
+}
+
 TEST(CScf, CommentsSplitAtNewlinesAndStopAtNul) {
   struct Case { const char* name; std::string block; std::vector<std::string> want; };
   const Case cases[] = {

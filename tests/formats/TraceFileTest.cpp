@@ -134,3 +134,41 @@ TEST(TraceFile, NothingIsCreatedWhenTheBytesCannotBeMade) {
   EXPECT_FALSE(esd.Write(esdPath.c_str()));
   EXPECT_FALSE(fs::exists(esdPath));
 }
+
+// Whole files one after the other through the buffer the thread keeps, growing and
+// shrinking, with a second one alive at the same time: each holds exactly its file.
+TEST(TraceFile, FileInMemoryHoldsExactlyEachFile) {
+  const fs::path dir = zevtest::ScratchDir("zev_tracefile");
+  auto bytesOf = [](std::size_t n, int seed) {
+    std::vector<BYTE> b(n);
+    for (std::size_t i = 0; i < n; ++i) b[i] = BYTE(i * 131 + std::size_t(seed) * 7 + (i >> 9));
+    return b;
+  };
+  const std::size_t sizes[] = {0, 1, 5000, 300000, 10, 70000};
+  for (std::size_t k = 0; k < std::size(sizes); ++k) {
+    SCOPED_TRACE(sizes[k]);
+    const fs::path path = dir / ("whole_" + std::to_string(k));
+    const std::vector<BYTE> want = bytesOf(sizes[k], int(k));
+    zevtest::SaveBytes(path, want);
+    tracefile::FileInMemory file;
+    CFileStatus status;
+    ASSERT_TRUE(file.Load(path.c_str(), &status));
+    ASSERT_EQ(file.Size(), want.size());
+    EXPECT_TRUE(want.empty() || std::equal(want.begin(), want.end(), file.Data()));
+    EXPECT_EQ(status.m_size, LONGLONG(want.size()));
+    EXPECT_EQ(std::string(status.m_szFullName), fs::canonical(path).string());
+    if (k == 3) {
+      // A second file while the first is held gets a buffer of its own.
+      tracefile::FileInMemory other;
+      const fs::path small = dir / "whole_other";
+      zevtest::SaveBytes(small, bytesOf(100, 99));
+      ASSERT_TRUE(other.Load(small.c_str(), nullptr));
+      EXPECT_EQ(other.Size(), 100u);
+      EXPECT_NE(other.Data(), file.Data());
+      EXPECT_TRUE(std::equal(want.begin(), want.end(), file.Data()));
+    }
+  }
+  tracefile::FileInMemory missing;
+  EXPECT_FALSE(missing.Load((dir / "missing.none").c_str(), nullptr));
+  EXPECT_EQ(missing.Size(), 0u);
+}

@@ -69,6 +69,54 @@ TEST(CFile, ArchiveThroughADiskFileRoundTrips) {
   CFile::Remove(path.c_str());
 }
 
+// The full name of an open file is the one the path lookup gives for its name, links
+// resolved, however the file was named; a file removed while open keeps its name as given.
+TEST(CFile, StatusOfAnOpenFileHasTheResolvedFullName) {
+  namespace fs = std::filesystem;
+  const fs::path real = fs::path(TempPath("real")) / "dir";
+  fs::create_directories(real);
+  const fs::path linkDir = real.parent_path() / "linked";
+  fs::remove(linkDir);
+  fs::create_directory_symlink(real, linkDir);
+  {
+    CFile f((real / "t.bin").c_str(), CFile::modeCreate | CFile::modeWrite);
+    f.Write("abc", 3);
+  }
+  fs::remove(real / "alias.bin");
+  fs::create_symlink(real / "t.bin", real / "alias.bin");
+  const std::string canonical = fs::canonical(real / "t.bin").string();
+  // Absolute and relative names, with and without links, dots and doubled slashes.
+  const std::string names[] = {(real / "t.bin").string(),
+                               (linkDir / "t.bin").string(),
+                               (real / "alias.bin").string(),
+                               (linkDir / ".." / "dir" / "." / "t.bin").string(),
+                               real.string() + "//./../dir/t.bin",
+                               "dir/t.bin",
+                               "./dir/../dir//t.bin",
+                               "linked/t.bin",
+                               "linked/../dir/alias.bin"};
+  const fs::path before = fs::current_path();
+  fs::current_path(real.parent_path());
+  for (const std::string& name : names) {
+    SCOPED_TRACE(name);
+    CFile f(name.c_str(), CFile::modeRead);
+    CFileStatus open, byName;
+    ASSERT_TRUE(f.GetStatus(open));
+    ASSERT_TRUE(CFile::GetStatus(name.c_str(), byName));
+    EXPECT_EQ(std::string(open.m_szFullName), canonical);
+    EXPECT_STREQ(open.m_szFullName, byName.m_szFullName);
+    EXPECT_EQ(open.m_size, 3);
+  }
+  fs::current_path(before);
+  CFile f((real / "t.bin").c_str(), CFile::modeRead);
+  fs::remove(real / "t.bin");
+  CFileStatus removed;
+  ASSERT_TRUE(f.GetStatus(removed));
+  EXPECT_EQ(std::string(removed.m_szFullName), (real / "t.bin").string());
+  f.Close();
+  fs::remove_all(real.parent_path());
+}
+
 TEST(CMemFile, GrowsSeeksAndReadsShort) {
   CMemFile m(16);
   std::vector<BYTE> data(100);

@@ -66,6 +66,7 @@ class CFile : public CObject {
   int m_hFile = -1;
   BOOL m_bCloseOnDelete = FALSE;
   CString m_strFileName;
+  bool m_bNameHasNoLinks = false;  // the open looked the name up without following a link
 };
 
 // A file in memory: grows by the grow step (0 means a fixed, caller-given buffer).
