@@ -6,6 +6,7 @@
 #include "zevutil/CRegExp.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,8 @@
 #include <emmintrin.h>
 #endif
 
+#include "util/RegExpPlan.h"
+#include "util/RegExpScan.h"
 #include "zevutil/platform/CException.h"
 #include "zevutil/platform/Locale.h"
 
@@ -23,23 +26,7 @@ namespace zev {
 
 namespace {
 
-// Opcodes of the node program.
-enum : unsigned char {
-  END = 0,
-  BOL = 1,
-  EOL = 2,
-  ANY = 3,
-  ANYOF = 4,
-  ANYBUT = 5,
-  BRANCH = 6,
-  BACK = 7,
-  EXACTLY = 8,
-  NOTHING = 9,
-  STAR = 10,
-  PLUS = 11,
-  OPEN = 20,
-  CLOSE = 30,
-};
+using namespace regexplan;  // the opcodes and node accessors
 
 // Parser flags.
 constexpr int WORST = 0;
@@ -64,12 +51,8 @@ constexpr std::uint64_t kMemoBitsMax = std::uint64_t(1) << 28;
 // Most failures a hash set records (some 150 MB); later ones are not remembered.
 constexpr std::size_t kMemoHashMax = std::size_t(1) << 22;
 
-inline unsigned OP(const char* p) { return static_cast<unsigned char>(*p); }
-inline const char* OPERAND(const char* p) { return p + 3; }
-inline char* OPERAND(char* p) { return p + 3; }
 inline bool ISMULT(char c) { return c == '*' || c == '+' || c == '?'; }
-inline bool IsOpen(unsigned op) { return op > OPEN && op < OPEN + CRegExp::NSUBEXP; }
-inline bool IsClose(unsigned op) { return op > CLOSE && op < CLOSE + CRegExp::NSUBEXP; }
+static_assert(regexplan::kGroups == CRegExp::NSUBEXP);
 
 void CopyError(char* buffer, const char* message) {
   if (buffer) std::strcpy(buffer, message);
@@ -103,6 +86,9 @@ struct CRegExp::Tables {
   // For a repeat at a program offset: the character the next node to consume must see
   // (looking through group marks), or 0 for no such test.
   std::vector<char> nextCharAt;
+
+  // Quick rejections, the leading run and the straight program (RegExpPlan.h).
+  regexplan::SearchPlan plan;
 };
 
 struct CRegExp::Frame {
@@ -617,6 +603,42 @@ void CRegExp::BuildTables() {
         t->pairs.clear();
     }
   }
+
+  regexplan::ProgramView view;
+  view.program = program;
+  view.size = t->size;
+  view.next = [this](const char* p) { return regnext(p); };
+  view.firstChars = [this, t](const char* p, unsigned char (&set)[256]) {
+    int budget = 4 * int(t->size) + 64;
+    return FirstChars(p, set, budget);
+  };
+  view.consumes = [this](const char* node, unsigned char (&set)[256]) {
+    switch (OP(node)) {
+      case ANY:
+        for (int c = 1; c < 256; ++c) set[c] = 1;
+        return true;
+      case EXACTLY:
+        if (!*OPERAND(node)) return false;
+        set[static_cast<unsigned char>(*OPERAND(node))] = 1;
+        return true;
+      case ANYOF:
+      case ANYBUT:
+        for (int c = 1; c < 256; ++c)
+          if (InClass(node, static_cast<char>(c)) == (OP(node) == ANYOF)) set[c] = 1;
+        return true;
+      default:
+        return false;
+    }
+  };
+  view.anchored = m_cRegAnchor != 0;
+  if (m_cRegStart && OP(OPERAND(program)) == EXACTLY) view.leading = OPERAND(OPERAND(program));
+  if (m_pRegMust) view.must = m_pRegMust;
+  regexplan::BuildPlan(t->plan, view);
+  t->plan.firstScan = {};
+  if (t->firstValid) {
+    std::copy(std::begin(t->first), std::end(t->first), t->plan.firstScan.has);
+    t->plan.firstScan.Finish();
+  }
 }
 
 // Collects the literals that matches from this node on begin with; false when some path
@@ -1004,18 +1026,40 @@ int CRegExp::TryPositions(const char* text) {
   MatchState& m = *m_pMatch;
   m.Reset();
   m_pRegBol = text;
-  if (m_cRegAnchor) return regtry(text) ? 0 : -1;
   const Tables* t = m_pTables.get();
+  const regexplan::SearchPlan* plan = t ? &t->plan : nullptr;
+  const bool straight = plan && !plan->steps.empty();
+  // One try at a place: the straight program when there is one, else the matcher.
+  auto attempt = [&](const char* s) -> int {
+    if (!straight) return regtry(s);
+    for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+    const char* end = plan->Run(text, s, m_apStartp, m_apEndp);
+    if (!end) return 0;
+    m_apStartp[0] = s;
+    m_apEndp[0] = m_pRegInput = end;
+    return 1;
+  };
+  // After a failed try from a byte of the leading run: the place to go on from, past the
+  // rest of the run (null when that leaves nothing to try).
+  const unsigned char* leadRun = plan && plan->leadOp ? plan->leadRun : nullptr;
+  auto pastRun = [&](const char* s) -> const char* {
+    const auto* q = reinterpret_cast<const unsigned char*>(s);
+    while (leadRun[*q]) ++q;
+    if (plan->leadOp == PLUS) return reinterpret_cast<const char*>(q);  // q itself cannot begin a run
+    // With a star the try covered q (no repeats) as well, the terminator included.
+    return *q ? reinterpret_cast<const char*>(q + 1) : nullptr;
+  };
+  if (m_cRegAnchor) return attempt(text) ? 0 : -1;
   if (m_cRegStart) {
     // The text itself first, then each occurrence of the start character after it (of
     // the whole literal a match begins with, when it is longer: nothing else can match).
-    if ((*text == m_cRegStart || !t) && regtry(text)) return 0;
+    if ((*text == m_cRegStart || !t) && attempt(text)) return 0;
     if (m.aborted || !*text) return -1;
     const bool literal = t && !t->startText.empty();
     for (const char* s = text + 1;; ++s) {
       s = literal ? std::strstr(s, t->startText.c_str()) : std::strchr(s, m_cRegStart);
       if (!s) return -1;
-      if (regtry(s)) return 0;
+      if (attempt(s)) return 0;
       if (m.aborted) return -1;
     }
   }
@@ -1060,7 +1104,7 @@ int CRegExp::TryPositions(const char* text) {
           for (unsigned bits = unsigned(_mm_movemask_epi8(_mm_and_si128(inFirst, inSecond))); bits; bits &= bits - 1) {
             const std::size_t at = i + unsigned(std::countr_zero(bits));
             if (hit(at) && startsWithLiteral(text + at)) {
-              if (regtry(text + at)) return 0;
+              if (attempt(text + at)) return 0;
               if (m.aborted) return -1;
             }
           }
@@ -1073,7 +1117,7 @@ int CRegExp::TryPositions(const char* text) {
           continue;
         }
         if (hit(i) && startsWithLiteral(text + i)) {
-          if (regtry(text + i)) return 0;
+          if (attempt(text + i)) return 0;
           if (m.aborted) return -1;
         }
         ++i;
@@ -1081,23 +1125,35 @@ int CRegExp::TryPositions(const char* text) {
       return -1;
     }
     const char* few = t->firstChars.empty() ? nullptr : t->firstChars.c_str();
-    for (const char* s = text;; ++s) {
-      if (few) {
+    const bool ranges = plan->firstScan.ranges > 0;
+    for (const char* s = text;;) {
+      if (ranges) {
+        s = regexscan::Scan(s, plan->firstScan);
+      } else if (few) {
         s += std::strcspn(s, few);
       } else {
         while (*s && !first[static_cast<unsigned char>(*s)]) ++s;
       }
-      if (!*s) return t->firstAtEnd && regtry(s) ? 0 : -1;
-      if (regtry(s)) return 0;
+      if (!*s) return t->firstAtEnd && attempt(s) ? 0 : -1;
+      if (attempt(s)) return 0;
       if (m.aborted) return -1;
+      if (leadRun && leadRun[static_cast<unsigned char>(*s)]) {
+        if (!(s = pastRun(s))) return -1;
+      } else {
+        ++s;
+      }
     }
   }
   const char* s = text;
-  do {
-    if (regtry(s)) return 0;
+  for (;;) {
+    if (attempt(s)) return 0;
     if (m.aborted) return -1;
-  } while (*s++ != '\0');
-  return -1;
+    if (leadRun && leadRun[static_cast<unsigned char>(*s)]) {
+      if (!(s = pastRun(s))) return -1;
+    } else if (*s++ == '\0') {
+      return -1;
+    }
+  }
 }
 
 int CRegExp::RegFind(const char* text) {
@@ -1111,6 +1167,12 @@ int CRegExp::RegFind(const char* text) {
   m_pFoundText.reset();
   if (!m_bCompiled) return -1;
   if (m_pRegMust && !std::strstr(text, m_pRegMust)) return -1;
+  if (const Tables* t = m_pTables.get(); t && !t->plan.Admits(text)) {
+    // No match can be in the text: leave what a search that fails leaves.
+    m_pRegBol = text;
+    for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+    return -1;
+  }
   if (SearchFrom(text) < 0) return -1;
   const std::size_t len = std::size_t(m_apEndp[0] - m_apStartp[0]);
   if (!m.spareFound || m.spareCapacity < len + 1) {

@@ -1,0 +1,168 @@
+// What a compiled regular expression lets a search skip, worked out once per compile:
+// tests that reject a text before any try (the first byte and leading literal of an
+// anchored pattern, literals and byte sets that every match contains), the greedy run a
+// match begins with, and the program as a straight list of steps when it never needs to
+// go back. None of them may change a result: each only drops work whose outcome is known.
+#pragma once
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "util/RegExpScan.h"
+
+namespace zev::regexplan {
+
+// Opcodes of the node program.
+enum : unsigned char {
+  END = 0,
+  BOL = 1,
+  EOL = 2,
+  ANY = 3,
+  ANYOF = 4,
+  ANYBUT = 5,
+  BRANCH = 6,
+  BACK = 7,
+  EXACTLY = 8,
+  NOTHING = 9,
+  STAR = 10,
+  PLUS = 11,
+  OPEN = 20,
+  CLOSE = 30,
+};
+constexpr unsigned kGroups = 10;
+
+inline unsigned OP(const char* p) { return static_cast<unsigned char>(*p); }
+inline const char* OPERAND(const char* p) { return p + 3; }
+inline char* OPERAND(char* p) { return p + 3; }
+inline bool IsOpen(unsigned op) { return op > OPEN && op < OPEN + kGroups; }
+inline bool IsClose(unsigned op) { return op > CLOSE && op < CLOSE + kGroups; }
+
+// The compiled program as the plan builder sees it.
+struct ProgramView {
+  const char* program = nullptr;
+  std::size_t size = 0;
+  std::function<const char*(const char*)> next;  // the node's successor, or null
+  // Every byte the node can consume first; false when it can succeed consuming nothing.
+  std::function<bool(const char*, unsigned char (&)[256])> firstChars;
+  // The bytes that one step of a single-character node (ANY, ANYOF, ANYBUT, EXACTLY of
+  // one character as a repeat counts it) consumes; never the terminator.
+  std::function<bool(const char*, unsigned char (&)[256])> consumes;
+  bool anchored = false;            // the program begins with BOL
+  std::string leading;              // a literal the search itself looks for first
+  std::string must;                 // the literal the search already requires
+};
+
+// One step of a straight program.
+struct Step {
+  enum Kind : unsigned char { kBol, kEol, kOne, kLit, kRun, kAlt, kOpen, kClose, kEnd };
+  Kind kind = kEnd;
+  unsigned char group = 0;  // kOpen, kClose
+  unsigned char min = 0;    // kRun: 0 or 1
+  std::int32_t set = -1;    // kOne, kRun: index into SearchPlan::sets
+  std::int32_t lit = -1;    // kLit, kAlt: first index into SearchPlan::lits
+  std::int32_t count = 0;   // kAlt: how many literals
+};
+
+struct SearchPlan {
+  // Anchored patterns: the byte a match begins with must be in anchoredFirst (entry 0:
+  // an empty match at the terminator), and the text must begin with anchoredPrefix.
+  bool anchoredFirstValid = false;
+  unsigned char anchoredFirst[256] = {};
+  std::string anchoredPrefix;
+  // Literals that every match contains, and a byte set of which it contains one.
+  std::vector<std::string> required;
+  bool requiredSetValid = false;
+  regexscan::ByteSet requiredSet;
+
+  // Every byte that can begin a match, for the scan to the next place worth a try.
+  regexscan::ByteSet firstScan;
+
+  // The greedy run a match begins with (STAR or PLUS over leadRun), or leadOp 0. A try
+  // from a byte of the run that fails ends each of its ways at a place that any later
+  // start inside the same run could only reach by fewer repeats: those fail as well.
+  unsigned char leadOp = 0;
+  unsigned char leadRun[256] = {};
+
+  // The straight program, when every choice in it is decided by the text at hand: runs
+  // whose follower cannot begin with a byte of the run (or that end the match), and
+  // alternatives of literals of which none begins another. Empty when there is none.
+  std::vector<Step> steps;
+  std::vector<std::array<unsigned char, 256>> sets;
+  std::vector<std::string> lits;
+
+  // False when no match can be in the terminated text.
+  bool Admits(const char* text) const {
+    const auto* u = reinterpret_cast<const unsigned char*>(text);
+    if (anchoredFirstValid && !anchoredFirst[u[0]]) return false;
+    if (!anchoredPrefix.empty() && std::strncmp(text, anchoredPrefix.c_str(), anchoredPrefix.size()) != 0)
+      return false;
+    for (const std::string& lit : required) {
+      if (lit.size() == 1 ? !std::strchr(text, lit[0]) : !std::strstr(text, lit.c_str())) return false;
+    }
+    if (requiredSetValid && !*regexscan::Scan(text, requiredSet)) return false;
+    return true;
+  }
+
+  // Runs the straight program from 's' (the text began at 'bol'). On a match, returns
+  // the end of it and sets the group bounds it passes; startp and endp must be clear.
+  const char* Run(const char* bol, const char* s, const char** startp, const char** endp) const {
+    const auto* p = reinterpret_cast<const unsigned char*>(s);
+    for (const Step& step : steps) {
+      switch (step.kind) {
+        case Step::kBol:
+          if (p != reinterpret_cast<const unsigned char*>(bol)) return nullptr;
+          break;
+        case Step::kEol:
+          if (*p) return nullptr;
+          break;
+        case Step::kOne:
+          if (!sets[std::size_t(step.set)][*p]) return nullptr;  // entry 0 is never set
+          ++p;
+          break;
+        case Step::kLit: {
+          const std::string& lit = lits[std::size_t(step.lit)];
+          if (*p != static_cast<unsigned char>(lit[0]) ||
+              std::strncmp(reinterpret_cast<const char*>(p), lit.c_str(), lit.size()) != 0)
+            return nullptr;
+          p += lit.size();
+          break;
+        }
+        case Step::kRun: {
+          const unsigned char* set = sets[std::size_t(step.set)].data();
+          const unsigned char* from = p;
+          while (set[*p]) ++p;
+          if (p - from < step.min) return nullptr;
+          break;
+        }
+        case Step::kAlt: {
+          const std::string* lit = &lits[std::size_t(step.lit)];
+          const std::string* end = lit + step.count;
+          for (; lit != end; ++lit)
+            if (*p == static_cast<unsigned char>((*lit)[0]) &&
+                std::strncmp(reinterpret_cast<const char*>(p), lit->c_str(), lit->size()) == 0)
+              break;
+          if (lit == end) return nullptr;
+          p += lit->size();
+          break;
+        }
+        case Step::kOpen:
+          startp[step.group] = reinterpret_cast<const char*>(p);
+          break;
+        case Step::kClose:
+          endp[step.group] = reinterpret_cast<const char*>(p);
+          break;
+        case Step::kEnd:
+          return reinterpret_cast<const char*>(p);
+      }
+    }
+    return nullptr;
+  }
+};
+
+// Fills the plan from the program (of a program whose links all fit their 16 bits).
+void BuildPlan(SearchPlan& plan, const ProgramView& view);
+
+}  // namespace zev::regexplan
