@@ -54,6 +54,32 @@ constexpr std::size_t kMemoHashMax = std::size_t(1) << 22;
 inline bool ISMULT(char c) { return c == '*' || c == '+' || c == '?'; }
 static_assert(regexplan::kGroups == CRegExp::NSUBEXP);
 
+// Clears the ten group bounds of one side with plain stores: compilers turn the obvious
+// loop over both sides into a block fill whose start-up costs more than the whole job.
+inline void ClearBounds(const char** p) {
+  static_assert(CRegExp::NSUBEXP == 10);
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 2), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 4), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 6), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 8), zero);
+#else
+  for (int i = 0; i < 10; ++i) p[i] = nullptr;
+#endif
+}
+
+// The code page's upper-case of every byte, as CharUpperBuffA gives it, in one table.
+const unsigned char* UpperTable() {
+  static const auto table = [] {
+    std::array<unsigned char, 256> t{};
+    for (int c = 0; c < 256; ++c) t[std::size_t(c)] = static_cast<unsigned char>(Cp1252Upper(static_cast<char>(c)));
+    return t;
+  }();
+  return table.data();
+}
+
 void CopyError(char* buffer, const char* message) {
   if (buffer) std::strcpy(buffer, message);
 }
@@ -106,6 +132,10 @@ struct CRegExp::MatchState {
   std::vector<Frame> stack;
   std::vector<std::uint64_t> bits;
   std::unordered_set<std::uint64_t> hashed;
+  // The working copy's block when no copy shares it, kept for the next stretch search.
+  std::shared_ptr<char> spareTemp;
+  std::size_t spareTempCapacity = 0;
+  std::size_t tempCapacity = 0;
   // The found text's block when no copy shares it, kept for the next match.
   std::shared_ptr<char> spareFound;
   std::size_t spareCapacity = 0;
@@ -790,7 +820,8 @@ inline void CRegExp::MemoFail(const char* node, const char* position) {
 
 inline int CRegExp::regtry(const char* position) {
   m_pRegInput = position;
-  for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+  ClearBounds(m_apStartp);
+  ClearBounds(m_apEndp);
   if (regmatch(m_pProgram.get())) {
     m_apStartp[0] = position;
     m_apEndp[0] = m_pRegInput;
@@ -1017,8 +1048,10 @@ int CRegExp::SearchFrom(const char* text) {
   const int found = TryPositions(text);
   // A search that fails has always tried some position last, which leaves every group
   // bound clear; positions skipped because they cannot match must not change that.
-  if (found < 0)
-    for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+  if (found < 0) {
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
+  }
   return found;
 }
 
@@ -1032,7 +1065,8 @@ int CRegExp::TryPositions(const char* text) {
   // One try at a place: the straight program when there is one, else the matcher.
   auto attempt = [&](const char* s) -> int {
     if (!straight) return regtry(s);
-    for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
     const char* end = plan->Run(text, s, m_apStartp, m_apEndp);
     if (!end) return 0;
     m_apStartp[0] = s;
@@ -1125,7 +1159,8 @@ int CRegExp::TryPositions(const char* text) {
       return -1;
     }
     const char* few = t->firstChars.empty() ? nullptr : t->firstChars.c_str();
-    const bool ranges = plan->firstScan.ranges > 0;
+    // Vector scans pay off where candidates are sparse; a dense set is met at once anyway.
+    const bool ranges = plan->firstScan.ranges > 0 && plan->firstScan.members <= 16;
     for (const char* s = text;;) {
       if (ranges) {
         s = regexscan::Scan(s, plan->firstScan);
@@ -1170,7 +1205,8 @@ int CRegExp::RegFind(const char* text) {
   if (const Tables* t = m_pTables.get(); t && !t->plan.Admits(text)) {
     // No match can be in the text: leave what a search that fails leaves.
     m_pRegBol = text;
-    for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
     return -1;
   }
   if (SearchFrom(text) < 0) return -1;
@@ -1191,7 +1227,13 @@ int CRegExp::RegFind(const char* text) {
 }
 
 int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper) {
+  MatchState& m = *m_pMatch;
   if (m_bTempOwned) {
+    if (m_pTempText.use_count() == 1) {
+      // No copy shares the block: keep it for the next copy instead of freeing it.
+      m.spareTemp = std::move(m_pTempText);
+      m.spareTempCapacity = m.tempCapacity;
+    }
     m_pTempText.reset();
     m_bTempOwned = 0;
   }
@@ -1202,12 +1244,24 @@ int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper)
   if (end > last) end = last;
   if (end < start) return 0;
   const std::size_t n = std::size_t(end) - std::size_t(start) + 1;
-  char* copy = static_cast<char*>(std::malloc(n + 1));
-  if (!copy) AfxThrowMemoryException();
-  std::memcpy(copy, text + start, n);
+  if (!m.spareTemp || m.spareTempCapacity < n + 1) {
+    const std::size_t capacity = std::max<std::size_t>(n + 1, 256);
+    char* block = static_cast<char*>(std::malloc(capacity));
+    if (!block) AfxThrowMemoryException();
+    m.spareTemp = std::shared_ptr<char>(block, std::free);
+    m.spareTempCapacity = capacity;
+  }
+  char* copy = m.spareTemp.get();
+  if (upper) {
+    const unsigned char* table = UpperTable();
+    const auto* from = reinterpret_cast<const unsigned char*>(text + start);
+    for (std::size_t i = 0; i < n; ++i) copy[i] = static_cast<char>(table[from[i]]);
+  } else {
+    std::memmove(copy, text + start, n);  // the text may lie in the block being reused
+  }
   copy[n] = '\0';
-  if (upper) CharUpperBuffA(copy, DWORD(n));
-  m_pTempText = std::shared_ptr<char>(copy, std::free);
+  m_pTempText = std::move(m.spareTemp);
+  m.tempCapacity = m.spareTempCapacity;
   m_bTempOwned = 1;
   return 1;
 }

@@ -274,6 +274,15 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
     plan.sets.clear();
     plan.lits.clear();
   }
+  for (Step& step : plan.steps) {
+    if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
+    if (step.kind == Step::kLit) {
+      const std::string& lit = plan.lits[std::size_t(step.lit)];
+      step.text = reinterpret_cast<const unsigned char*>(lit.data());
+      step.len = std::uint32_t(lit.size());
+    }
+    if (step.kind == Step::kAlt) step.alts = &plan.lits[std::size_t(step.lit)];
+  }
 }
 
 }  // namespace zev::regexplan

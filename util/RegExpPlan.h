@@ -64,6 +64,11 @@ struct Step {
   std::int32_t set = -1;    // kOne, kRun: index into SearchPlan::sets
   std::int32_t lit = -1;    // kLit, kAlt: first index into SearchPlan::lits
   std::int32_t count = 0;   // kAlt: how many literals
+  // Resolved once the plan is complete:
+  const unsigned char* table = nullptr;  // kOne, kRun: membership of each byte
+  const unsigned char* text = nullptr;   // kLit: the literal
+  std::uint32_t len = 0;                 // kLit: its length
+  const std::string* alts = nullptr;     // kAlt: the literals
 };
 
 struct SearchPlan {
@@ -119,31 +124,30 @@ struct SearchPlan {
           if (*p) return nullptr;
           break;
         case Step::kOne:
-          if (!sets[std::size_t(step.set)][*p]) return nullptr;  // entry 0 is never set
+          if (!step.table[*p]) return nullptr;  // entry 0 is never set
           ++p;
           break;
-        case Step::kLit: {
-          const std::string& lit = lits[std::size_t(step.lit)];
-          if (*p != static_cast<unsigned char>(lit[0]) ||
-              std::strncmp(reinterpret_cast<const char*>(p), lit.c_str(), lit.size()) != 0)
-            return nullptr;
-          p += lit.size();
+        case Step::kLit:
+          // Stops at the first difference, the terminator included: a literal holds none.
+          for (std::uint32_t i = 0; i < step.len; ++i)
+            if (p[i] != step.text[i]) return nullptr;
+          p += step.len;
           break;
-        }
         case Step::kRun: {
-          const unsigned char* set = sets[std::size_t(step.set)].data();
           const unsigned char* from = p;
-          while (set[*p]) ++p;
+          while (step.table[*p]) ++p;
           if (p - from < step.min) return nullptr;
           break;
         }
         case Step::kAlt: {
-          const std::string* lit = &lits[std::size_t(step.lit)];
+          const std::string* lit = step.alts;
           const std::string* end = lit + step.count;
-          for (; lit != end; ++lit)
-            if (*p == static_cast<unsigned char>((*lit)[0]) &&
-                std::strncmp(reinterpret_cast<const char*>(p), lit->c_str(), lit->size()) == 0)
-              break;
+          for (; lit != end; ++lit) {
+            const auto* l = reinterpret_cast<const unsigned char*>(lit->data());
+            std::size_t i = 0;
+            while (i < lit->size() && p[i] == l[i]) ++i;
+            if (i == lit->size()) break;
+          }
           if (lit == end) return nullptr;
           p += lit->size();
           break;
