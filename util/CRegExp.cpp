@@ -102,11 +102,16 @@ struct CRegExp::Tables {
   std::string firstChars;   // the same as a string for strcspn when there are few (no '\0')
   bool firstAtEnd = false;  // a match may begin at the terminator
   // Every match begins with one of a few literals of two or more characters: their first
-  // two characters, as a bit table over the pair.
+  // character and the one at pairGap (the shortest literal's last), as a bit table over
+  // the pair.
   bool pairsValid = false;
   std::vector<std::uint64_t> pairs;
   std::vector<std::string> starts;  // the literals themselves
-  std::string pairFirsts, pairSeconds;  // their distinct first and second characters
+  std::string pairFirsts, pairSeconds;  // their distinct first and gap characters
+  std::size_t pairGap = 1;
+  // With four or fewer of each: the same, repeated to fill four places.
+  bool pairsFew = false;
+  char pairFirst4[4] = {}, pairGap4[4] = {};
   // With a start character: the whole literal that every match begins with.
   std::string startText;
   // For a repeat at a program offset: the character the next node to consume must see
@@ -614,20 +619,30 @@ void CRegExp::BuildTables() {
     if (t->firstValid && !t->firstAtEnd && LiteralStarts(program, starts, budget)) {
       t->pairsValid = true;
       t->pairs.assign(65536 / 64, 0);
+      // The farther apart the two characters, the fewer places have both by chance.
+      std::size_t shortest = ~std::size_t(0);
+      for (const std::string& lit : starts) shortest = std::min(shortest, lit.size());
+      t->pairGap = shortest >= 2 ? shortest - 1 : 1;
+      const std::size_t gap = t->pairGap;
       for (const std::string& lit : starts) {
         if (lit.size() < 2) {
           t->pairsValid = false;
           break;
         }
-        const unsigned pair = unsigned(static_cast<unsigned char>(lit[0])) << 8 | static_cast<unsigned char>(lit[1]);
+        const unsigned pair = unsigned(static_cast<unsigned char>(lit[0])) << 8 | static_cast<unsigned char>(lit[gap]);
         t->pairs[pair >> 6] |= std::uint64_t(1) << (pair & 63);
       }
       if (t->pairsValid) {
         for (const std::string& lit : starts) {
           if (t->pairFirsts.find(lit[0]) == std::string::npos) t->pairFirsts += lit[0];
-          if (t->pairSeconds.find(lit[1]) == std::string::npos) t->pairSeconds += lit[1];
+          if (t->pairSeconds.find(lit[t->pairGap]) == std::string::npos) t->pairSeconds += lit[t->pairGap];
         }
         t->starts = std::move(starts);
+        t->pairsFew = t->pairFirsts.size() <= 4 && t->pairSeconds.size() <= 4;
+        for (std::size_t k = 0; t->pairsFew && k < 4; ++k) {
+          t->pairFirst4[k] = t->pairFirsts[k % t->pairFirsts.size()];
+          t->pairGap4[k] = t->pairSeconds[k % t->pairSeconds.size()];
+        }
       }
       else
         t->pairs.clear();
@@ -1100,12 +1115,31 @@ int CRegExp::TryPositions(const char* text) {
   if (t && t->firstValid) {
     // Positions whose characters cannot begin a match are skipped without a try.
     const unsigned char* first = t->first;
+    if (!plan->inner.empty()) {
+      // Every match is a run of leadRun bytes followed by one of the inner literals, whose
+      // first byte is not in the run: find the literals, and try from where the run before
+      // each begins. The first try of a run speaks for every later start inside it.
+      const unsigned char* run = plan->leadRun;
+      const char* from = text;  // no match begins before this
+      const int r = regexplan::EachOccurrence(text, plan->inner, [&](const char* q) {
+        if (q > from && run[static_cast<unsigned char>(q[-1])]) {
+          const char* start = q - 1;
+          while (start > from && run[static_cast<unsigned char>(start[-1])]) --start;
+          if (attempt(start)) return 1;
+          if (m.aborted) return -1;
+        }
+        from = q + 1;
+        return 0;
+      });
+      return r > 0 ? 0 : -1;
+    }
     if (t->pairsValid) {
-      // Every match begins with one of a few literals: look for their first two characters.
-      // The positions are tested independently of each other, four at a time.
+      // Every match begins with one of a few literals: look for their first character with
+      // the one at the gap. The positions are tested independently of each other.
       const std::uint64_t* pairs = t->pairs.data();
       const auto* u = reinterpret_cast<const unsigned char*>(text);
-      const std::size_t last = std::strlen(text);  // pairs start before the last character
+      const std::size_t last = std::strlen(text);
+      const std::size_t gap = t->pairGap;  // a literal at i ends at i + gap or later, before last
       // Whether one of those literals is there in full: only then is a try worth it.
       auto startsWithLiteral = [&](const char* at) {
         for (const std::string& lit : t->starts)
@@ -1114,39 +1148,50 @@ int CRegExp::TryPositions(const char* text) {
         return false;
       };
       auto hit = [&](std::size_t i) {
-        const unsigned pair = unsigned(u[i]) << 8 | u[i + 1];
+        const unsigned pair = unsigned(u[i]) << 8 | u[i + gap];
         return (pairs[pair >> 6] >> (pair & 63)) & 1;
       };
       std::size_t i = 0;
 #if defined(__SSE2__)
-      if (t->pairFirsts.size() <= 4 && t->pairSeconds.size() <= 4) {
-        // Sixteen positions at a time: those whose first character is one of the literals'
-        // first characters and whose second is one of their second characters.
+      if (t->pairsFew) {
+        // Sixteen positions at a time: those whose character is one of the literals' first
+        // characters and whose character at the gap is one of theirs there.
         __m128i firsts[4], seconds[4];
         for (int k = 0; k < 4; ++k) {
-          firsts[k] = _mm_set1_epi8(t->pairFirsts[std::size_t(k) % t->pairFirsts.size()]);
-          seconds[k] = _mm_set1_epi8(t->pairSeconds[std::size_t(k) % t->pairSeconds.size()]);
+          firsts[k] = _mm_set1_epi8(t->pairFirst4[k]);
+          seconds[k] = _mm_set1_epi8(t->pairGap4[k]);
         }
-        for (; i + 16 <= last; i += 16) {
-          const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i));
-          const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i + 1));
+        // Tests the sixteen positions from 'at', less those below 'from'.
+        auto block = [&](std::size_t at, std::size_t from) {
+          const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at));
+          const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at + gap));
           const __m128i inFirst = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(a, firsts[0]), _mm_cmpeq_epi8(a, firsts[1])),
                                                _mm_or_si128(_mm_cmpeq_epi8(a, firsts[2]), _mm_cmpeq_epi8(a, firsts[3])));
           const __m128i inSecond =
               _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(b, seconds[0]), _mm_cmpeq_epi8(b, seconds[1])),
                            _mm_or_si128(_mm_cmpeq_epi8(b, seconds[2]), _mm_cmpeq_epi8(b, seconds[3])));
-          for (unsigned bits = unsigned(_mm_movemask_epi8(_mm_and_si128(inFirst, inSecond))); bits; bits &= bits - 1) {
-            const std::size_t at = i + unsigned(std::countr_zero(bits));
-            if (hit(at) && startsWithLiteral(text + at)) {
-              if (attempt(text + at)) return 0;
+          unsigned bits = unsigned(_mm_movemask_epi8(_mm_and_si128(inFirst, inSecond)));
+          bits &= ~0u << (from - at);
+          for (; bits; bits &= bits - 1) {
+            const std::size_t pos = at + unsigned(std::countr_zero(bits));
+            if (hit(pos) && startsWithLiteral(text + pos)) {
+              if (attempt(text + pos)) return 1;
               if (m.aborted) return -1;
             }
           }
+          return 0;
+        };
+        for (; i + gap + 15 < last; i += 16)
+          if (const int r = block(i, i)) return r > 0 ? 0 : -1;
+        if (i + gap < last && last >= gap + 16) {
+          // The rest in one block that overlaps the last one, its tested places masked off.
+          if (const int r = block(last - gap - 16, i)) return r > 0 ? 0 : -1;
+          return -1;
         }
       }
 #endif
-      while (i + 1 < last) {
-        if (i + 4 < last && !(hit(i) | hit(i + 1) | hit(i + 2) | hit(i + 3))) {
+      while (i + gap < last) {
+        if (i + gap + 3 < last && !(hit(i) | hit(i + 1) | hit(i + 2) | hit(i + 3))) {
           i += 4;
           continue;
         }

@@ -274,6 +274,32 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
     plan.sets.clear();
     plan.lits.clear();
   }
+  // The texts that can follow a leading run.
+  if (!plan.steps.empty() && plan.leadOp == PLUS && !v.anchored) {
+    std::size_t i = 0;
+    while (i < plan.steps.size() && plan.steps[i].kind == Step::kOpen) ++i;
+    if (i < plan.steps.size() && plan.steps[i].kind == Step::kRun && plan.steps[i].min == 1) {
+      ++i;
+      while (i < plan.steps.size() && plan.steps[i].kind == Step::kClose) ++i;
+      // Literals and choices of literals in a row (group marks between them do not count)
+      // join into the texts that must follow the run, as long as there are few.
+      std::vector<std::string> heads{std::string()};
+      for (; i < plan.steps.size(); ++i) {
+        const Step& step = plan.steps[i];
+        if (step.kind == Step::kOpen || step.kind == Step::kClose) continue;
+        if (step.kind == Step::kLit) {
+          for (std::string& h : heads) h += plan.lits[std::size_t(step.lit)];
+          continue;
+        }
+        if (step.kind != Step::kAlt || heads.size() * std::size_t(step.count) > SearchPlan::kMaxInner) break;
+        std::vector<std::string> joined;
+        for (const std::string& h : heads)
+          for (int k = 0; k < step.count; ++k) joined.push_back(h + plan.lits[std::size_t(step.lit + k)]);
+        heads = std::move(joined);
+      }
+      if (!heads[0].empty()) plan.inner = std::move(heads);
+    }
+  }
   for (Step& step : plan.steps) {
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
     if (step.kind == Step::kLit) {

@@ -91,6 +91,12 @@ struct SearchPlan {
   unsigned char leadOp = 0;
   unsigned char leadRun[256] = {};
 
+  // Straight programs that begin with a run (PLUS) followed by literals: the literals
+  // (each whole text that can follow the run, at most kMaxInner). A match's run ends right
+  // before one of them, so the search looks for those and goes back to the run's start.
+  static constexpr std::size_t kMaxInner = 8;
+  std::vector<std::string> inner;
+
   // The straight program, when every choice in it is decided by the text at hand: runs
   // whose follower cannot begin with a byte of the run (or that end the match), and
   // alternatives of literals of which none begins another. Empty when there is none.
@@ -165,6 +171,30 @@ struct SearchPlan {
     return nullptr;
   }
 };
+
+// Calls visit(at) for every place, left to right from 'text', where one of the literals
+// (at most SearchPlan::kMaxInner, none empty) begins; visit returns 0 to go on, anything
+// else to stop with that value. Returns that value, or 0 when the places run out.
+template <typename Visit>
+int EachOccurrence(const char* text, const std::vector<std::string>& lits, Visit visit) {
+  const char* at[SearchPlan::kMaxInner];
+  const std::size_t n = lits.size();
+  auto find = [&](std::size_t k, const char* from) -> const char* {
+    const std::string& lit = lits[k];
+    return lit.size() == 1 ? std::strchr(from, lit[0]) : std::strstr(from, lit.c_str());
+  };
+  for (std::size_t k = 0; k < n; ++k) at[k] = find(k, text);
+  for (;;) {
+    const char* q = nullptr;
+    for (std::size_t k = 0; k < n; ++k)
+      if (at[k] && (!q || at[k] < q)) q = at[k];
+    if (!q) return 0;
+    if (const int r = visit(q)) return r;
+    if (!*q) return 0;
+    for (std::size_t k = 0; k < n; ++k)
+      if (at[k] == q) at[k] = find(k, q + 1);
+  }
+}
 
 // Fills the plan from the program (of a program whose links all fit their 16 bits).
 void BuildPlan(SearchPlan& plan, const ProgramView& view);
