@@ -165,6 +165,48 @@ std::string WordPattern(Rng& r) {
   }
 }
 
+// Patterns of the shapes the search takes shortcuts on: leading runs followed by
+// literals or choices, anchored ones, alternations of literals (some a prefix of another),
+// literals in the middle, over a small alphabet so that runs and literals recur.
+std::string ShortcutPattern(Rng& r) {
+  static const char* const kRuns[] = {"[a-c]", "[^ ]", "[abc ]", "a", ".", "[0-9]", "[^a]", "[xy]", "[a-y]"};
+  static const char kLit[] = "abcxy .,01";
+  auto run = [&] { return std::string(kRuns[r.Pick(int(sizeof kRuns / sizeof *kRuns))]) + "*+"[r.Pick(2)]; };
+  auto lit = [&] {
+    std::string s;
+    for (int n = 1 + r.Pick(3); n > 0; --n) s += kLit[r.Pick(int(sizeof kLit) - 1)];
+    if (s.size() > 1 && s.back() == ' ' && r.Chance(50)) s.back() = 'c';
+    return s;
+  };
+  auto alt = [&] {
+    std::string s = lit();
+    for (int n = 1 + r.Pick(3); n > 0; --n) s += "|" + (r.Chance(20) ? s.substr(0, 1) : lit());
+    return s;
+  };
+  switch (r.Pick(13)) {
+    case 0: return run() + lit();
+    case 1: return "(" + run() + ")" + lit() + "(" + alt() + ")";
+    case 2: return run() + "(" + alt() + ")";
+    case 3: return "^" + run() + lit();
+    case 4: return "^" + lit() + run() + (r.Chance(50) ? lit() : "");
+    case 5: return alt();
+    case 6: return run() + lit() + run();
+    case 7: return "(" + run() + ") (" + alt() + ") (" + run() + ")";
+    case 8: return lit() + run() + lit() + "$";
+    case 9: return run() + lit() + "$";
+    case 10: return "(" + alt() + ")" + run();
+    case 11: return run() + "(" + lit() + ")*" + lit();
+    default: return "^(" + alt() + ")" + (r.Chance(50) ? run() : lit());
+  }
+}
+
+std::string ShortcutSubject(Rng& r, int maxLen) {
+  static const char kMix[] = "abcxy .,01aab  c";
+  std::string s;
+  for (int n = r.Pick(maxLen + 1); n > 0; --n) s += kMix[r.Pick(int(sizeof kMix) - 1)];
+  return s;
+}
+
 std::vector<Case> MakeCases() {
   std::vector<Case> cases;
   Rng r(17011);
@@ -181,7 +223,7 @@ std::vector<Case> MakeCases() {
     cases.push_back(c);
   }
   // Random patterns in every construct.
-  for (int i = 0; i < 4500; ++i) {
+  for (int i = 0; i < 4000; ++i) {
     Case c;
     c.pattern = RandomPattern(r, 2);
     c.upper = r.Chance(10);
@@ -198,11 +240,18 @@ std::vector<Case> MakeCases() {
     lines.push_back(text.substr(at, nl - at));
     at = nl + 1;
   }
-  for (int i = 0; i < 1200; ++i) {
+  for (int i = 0; i < 850; ++i) {
     Case c;
     c.pattern = WordPattern(r);
     c.upper = r.Chance(10);
     for (int n = 0; n < 3; ++n) c.subjects.push_back(lines[size_t(r.Pick(int(lines.size())))]);
+    cases.push_back(c);
+  }
+  for (int i = 0; i < 1500; ++i) {
+    Case c;
+    c.pattern = ShortcutPattern(r);
+    c.upper = r.Chance(5);
+    c.subjects = {ShortcutSubject(r, 20), ShortcutSubject(r, 40), ShortcutSubject(r, 80)};
     cases.push_back(c);
   }
   return cases;
@@ -303,4 +352,38 @@ TEST(CRegExpGolden, EveryRecordedResultStands) {
   EXPECT_GT(compiled, 3000);
   EXPECT_GT(failed, 300);
   EXPECT_GT(subjects, 10000);
+}
+
+TEST(CRegExpGolden, EquivalentSearchesAgree) {
+  // The same pattern inside a group, or with an alternative that cannot match, leaves the
+  // search fewer shortcuts; without '^', a search from a later start up to the match
+  // finds the same match. All must agree with the plain search.
+  int compared = 0;
+  for (const Case& c : MakeCases()) {
+    CRegExp re;
+    if (!re.RegComp(c.pattern.c_str(), c.upper)) continue;
+    std::vector<std::unique_ptr<CRegExp>> variants;
+    for (const std::string& v : {"(" + c.pattern + ")", c.pattern + "|\x01\x02"}) {
+      auto other = std::make_unique<CRegExp>();
+      if (other->RegComp(v.c_str(), c.upper)) variants.push_back(std::move(other));
+    }
+    const bool anchors = c.pattern.find('^') != std::string::npos;
+    for (const std::string& subject : c.subjects) {
+      SCOPED_TRACE("pattern " + Escape(c.pattern) + " on " + Escape(subject));
+      const int at = re.RegFind(subject.c_str());
+      const int len = re.GetFindLen();
+      for (auto& other : variants) {
+        ASSERT_EQ(other->RegFind(subject.c_str()), at);
+        ASSERT_EQ(other->GetFindLen(), len);
+      }
+      if (!anchors && at > 0) {
+        for (int skip : {1, at / 2, at}) {
+          ASSERT_EQ(re.RegFind(subject.c_str() + skip), at - skip) << "from " << skip;
+          ASSERT_EQ(re.GetFindLen(), len);
+        }
+      }
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 15000);
 }
