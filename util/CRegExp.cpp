@@ -80,6 +80,42 @@ const unsigned char* UpperTable() {
   return table.data();
 }
 
+// Whether the table changes no byte below 0x80 but 'a' to 'z', into 'A' to 'Z'.
+bool AsciiUpperIsPlain() {
+  static const bool plain = [] {
+    const unsigned char* t = UpperTable();
+    for (int c = 0; c < 0x80; ++c)
+      if (t[c] != (c >= 'a' && c <= 'z' ? c - 0x20 : c)) return false;
+    return true;
+  }();
+  return plain;
+}
+
+// Upper-cases n bytes into 'to' (which may be 'from' or lie before it).
+void UpperCopy(char* to, const char* from, std::size_t n) {
+  const unsigned char* table = UpperTable();
+  const auto* src = reinterpret_cast<const unsigned char*>(from);
+  std::size_t i = 0;
+#if defined(__SSE2__)
+  if (AsciiUpperIsPlain()) {
+    // Sixteen plain ASCII bytes at a time; a block with any other byte goes by the table.
+    const __m128i a = _mm_set1_epi8('a'), span = _mm_set1_epi8(25), bit = _mm_set1_epi8(0x20);
+    for (; i + 16 <= n; i += 16) {
+      __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
+      if (_mm_movemask_epi8(v)) {
+        for (std::size_t k = i; k < i + 16; ++k) to[k] = static_cast<char>(table[src[k]]);
+        continue;
+      }
+      const __m128i d = _mm_sub_epi8(v, a);
+      const __m128i lower = _mm_cmpeq_epi8(_mm_max_epu8(d, span), span);
+      v = _mm_sub_epi8(v, _mm_and_si128(lower, bit));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), v);
+    }
+  }
+#endif
+  for (; i < n; ++i) to[i] = static_cast<char>(table[src[i]]);
+}
+
 void CopyError(char* buffer, const char* message) {
   if (buffer) std::strcpy(buffer, message);
 }
@@ -1298,9 +1334,7 @@ int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper)
   }
   char* copy = m.spareTemp.get();
   if (upper) {
-    const unsigned char* table = UpperTable();
-    const auto* from = reinterpret_cast<const unsigned char*>(text + start);
-    for (std::size_t i = 0; i < n; ++i) copy[i] = static_cast<char>(table[from[i]]);
+    UpperCopy(copy, text + start, n);
   } else {
     std::memmove(copy, text + start, n);  // the text may lie in the block being reused
   }

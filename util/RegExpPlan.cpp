@@ -300,6 +300,12 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
       if (!heads[0].empty()) plan.inner = std::move(heads);
     }
   }
+  // An anchored straight program is one short try: cheaper than looking through the
+  // whole text for what it must contain.
+  if (v.anchored && !plan.steps.empty()) {
+    plan.required.clear();
+    plan.requiredSetValid = false;
+  }
   for (Step& step : plan.steps) {
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
     if (step.kind == Step::kLit) {
