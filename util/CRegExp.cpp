@@ -1283,14 +1283,40 @@ int CRegExp::RegFind(const char* text) {
   m_pFoundText.reset();
   if (!m_bCompiled) return -1;
   if (m_pRegMust && !std::strstr(text, m_pRegMust)) return -1;
-  if (const Tables* t = m_pTables.get(); t && !t->plan.Admits(text)) {
+  const Tables* t = m_pTables.get();
+  if (t && !t->plan.Admits(text)) {
     // No match can be in the text: leave what a search that fails leaves.
     m_pRegBol = text;
     ClearBounds(m_apStartp);
     ClearBounds(m_apEndp);
     return -1;
   }
-  if (SearchFrom(text) < 0) return -1;
+  const regexplan::SearchPlan::Shape shape = t ? t->plan.shape : regexplan::SearchPlan::kGeneral;
+  if (shape == regexplan::SearchPlan::kAnchoredSteps || shape == regexplan::SearchPlan::kOneLiteral) {
+    // The whole search is one straight try, or one look for the literal.
+    m_pRegBol = text;
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
+    const regexplan::Step& first = t->plan.steps[0];
+    const char* start = text;
+    const char* end = nullptr;
+    if (shape == regexplan::SearchPlan::kAnchoredSteps) {
+      end = t->plan.Run(text, text, m_apStartp, m_apEndp);
+    } else {
+      const char* lit = reinterpret_cast<const char*>(first.text);
+      start = first.len == 1 ? std::strchr(text, lit[0]) : std::strstr(text, lit);
+      if (start) end = start + first.len;
+    }
+    if (!end) {
+      ClearBounds(m_apStartp);
+      ClearBounds(m_apEndp);
+      return -1;
+    }
+    m_apStartp[0] = start;
+    m_apEndp[0] = m_pRegInput = end;
+  } else if (SearchFrom(text) < 0) {
+    return -1;
+  }
   const std::size_t len = std::size_t(m_apEndp[0] - m_apStartp[0]);
   if (!m.spareFound || m.spareCapacity < len + 1) {
     const std::size_t capacity = std::max<std::size_t>(len + 1, 64);

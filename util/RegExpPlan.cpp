@@ -306,6 +306,12 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
     plan.required.clear();
     plan.requiredSetValid = false;
   }
+  if (!plan.steps.empty()) {
+    if (v.anchored)
+      plan.shape = SearchPlan::kAnchoredSteps;
+    else if (plan.steps.size() == 2 && plan.steps[0].kind == Step::kLit)
+      plan.shape = SearchPlan::kOneLiteral;
+  }
   for (Step& step : plan.steps) {
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
     if (step.kind == Step::kLit) {

@@ -104,6 +104,11 @@ struct SearchPlan {
   std::vector<std::array<unsigned char, 256>> sets;
   std::vector<std::string> lits;
 
+  // Programs whose search needs none of the general machinery: an anchored straight
+  // program (one try at the start), or one literal and nothing else.
+  enum Shape : unsigned char { kGeneral, kAnchoredSteps, kOneLiteral };
+  Shape shape = kGeneral;
+
   // False when no match can be in the terminated text.
   bool Admits(const char* text) const {
     const auto* u = reinterpret_cast<const unsigned char*>(text);
