@@ -143,6 +143,7 @@ struct CRegExp::Tables {
   bool pairsValid = false;
   std::vector<std::uint64_t> pairs;
   std::vector<std::string> starts;  // the literals themselves
+  regexplan::LiteralFilter startFilter;  // for them, when there are few
   std::string pairFirsts, pairSeconds;  // their distinct first and gap characters
   std::size_t pairGap = 1;
   // With four or fewer of each: the same, repeated to fill four places.
@@ -674,6 +675,7 @@ void CRegExp::BuildTables() {
           if (t->pairSeconds.find(lit[t->pairGap]) == std::string::npos) t->pairSeconds += lit[t->pairGap];
         }
         t->starts = std::move(starts);
+        if (t->starts.size() <= 8) t->startFilter.Build(t->starts);
         t->pairsFew = t->pairFirsts.size() <= 4 && t->pairSeconds.size() <= 4;
         for (std::size_t k = 0; t->pairsFew && k < 4; ++k) {
           t->pairFirst4[k] = t->pairFirsts[k % t->pairFirsts.size()];
@@ -1157,7 +1159,7 @@ int CRegExp::TryPositions(const char* text) {
       // each begins. The first try of a run speaks for every later start inside it.
       const unsigned char* run = plan->leadRun;
       const char* from = text;  // no match begins before this
-      const int r = regexplan::EachOccurrence(text, plan->inner, [&](const char* q) {
+      auto visit = [&](const char* q) {
         if (q > from && run[static_cast<unsigned char>(q[-1])]) {
           const char* start = q - 1;
           while (start > from && run[static_cast<unsigned char>(start[-1])]) --start;
@@ -1166,7 +1168,25 @@ int CRegExp::TryPositions(const char* text) {
         }
         from = q + 1;
         return 0;
-      });
+      };
+      int r;
+      if (plan->inner.size() == 1) {
+        // One literal: the C library's search, which uses the widest vectors there are.
+        r = regexplan::EachOccurrence(text, plan->inner, visit);
+      } else {
+        const auto* u = reinterpret_cast<const unsigned char*>(text);
+        r = regexplan::EachLiteral(u, std::strlen(text), plan->inner, plan->innerFilter,
+                                   [&](std::size_t at) { return visit(text + at); });
+      }
+      return r > 0 ? 0 : -1;
+    }
+    if (t->pairsValid && t->startFilter.offsets >= 2) {
+      // Every match begins with one of a very few literals: look for their first bytes.
+      const int r = regexplan::EachLiteral(reinterpret_cast<const unsigned char*>(text), std::strlen(text), t->starts,
+                                           t->startFilter, [&](std::size_t at) {
+                                             if (attempt(text + at)) return 1;
+                                             return m.aborted ? -1 : 0;
+                                           });
       return r > 0 ? 0 : -1;
     }
     if (t->pairsValid) {

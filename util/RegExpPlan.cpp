@@ -297,7 +297,10 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
           for (int k = 0; k < step.count; ++k) joined.push_back(h + plan.lits[std::size_t(step.lit + k)]);
         heads = std::move(joined);
       }
-      if (!heads[0].empty()) plan.inner = std::move(heads);
+      if (!heads[0].empty()) {
+        plan.inner = std::move(heads);
+        plan.innerFilter.Build(plan.inner);
+      }
     }
   }
   // An anchored straight program is one short try: cheaper than looking through the

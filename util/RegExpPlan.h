@@ -4,6 +4,7 @@
 // match begins with, and the program as a straight list of steps when it never needs to
 // go back. None of them may change a result: each only drops work whose outcome is known.
 #pragma once
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -71,6 +72,29 @@ struct Step {
   const std::string* alts = nullptr;     // kAlt: the literals
 };
 
+// Places where one of a few literals may begin, tested sixteen at a time on the bytes at
+// their first (up to) four offsets: each offset has at most four possible bytes.
+struct LiteralFilter {
+  int offsets = 0;                // 0: no filter
+  std::size_t shortest = 0;       // the shortest literal's length (at least 'offsets')
+  char bytes[4][4] = {};          // the possible bytes at each offset, repeated to fill four
+
+  void Build(const std::vector<std::string>& lits) {
+    offsets = 0;
+    if (lits.empty()) return;
+    shortest = lits[0].size();
+    for (const std::string& l : lits) shortest = std::min(shortest, l.size());
+    for (std::size_t k = 0; k < 4 && k < shortest; ++k) {
+      std::string seen;
+      for (const std::string& l : lits)
+        if (seen.find(l[k]) == std::string::npos) seen += l[k];
+      if (seen.size() > 4) break;
+      for (std::size_t j = 0; j < 4; ++j) bytes[k][j] = seen[j % seen.size()];
+      offsets = int(k) + 1;
+    }
+  }
+};
+
 struct SearchPlan {
   // Anchored patterns: the byte a match begins with must be in anchoredFirst (entry 0:
   // an empty match at the terminator), and the text must begin with anchoredPrefix.
@@ -96,6 +120,7 @@ struct SearchPlan {
   // before one of them, so the search looks for those and goes back to the run's start.
   static constexpr std::size_t kMaxInner = 8;
   std::vector<std::string> inner;
+  LiteralFilter innerFilter;
 
   // The straight program, when every choice in it is decided by the text at hand: runs
   // whose follower cannot begin with a byte of the run (or that end the match), and
@@ -176,6 +201,59 @@ struct SearchPlan {
     return nullptr;
   }
 };
+
+// Calls visit(at) for every place, left to right, in the 'len' bytes of 'u' where one of
+// the literals begins in full; visit returns 0 to go on, anything else to stop with that
+// value. Returns that value, or 0 when the places run out.
+template <typename Visit>
+int EachLiteral(const unsigned char* u, std::size_t len, const std::vector<std::string>& lits,
+                const LiteralFilter& f, Visit visit) {
+  if (len < f.shortest) return 0;
+  const std::size_t lastStart = len - f.shortest;  // no literal begins after this
+  auto whole = [&](std::size_t at) {
+    for (const std::string& l : lits) {
+      std::size_t i = 0;
+      while (i < l.size() && u[at + i] == static_cast<unsigned char>(l[i])) ++i;  // stops at the terminator
+      if (i == l.size()) return true;
+    }
+    return false;
+  };
+  std::size_t i = 0;
+#if defined(__SSE2__)
+  const std::size_t span = std::size_t(f.offsets) - 1;
+  if (f.offsets > 0 && len >= span + 16) {
+    __m128i want[4][4];
+    for (int k = 0; k < f.offsets; ++k)
+      for (int j = 0; j < 4; ++j) want[k][j] = _mm_set1_epi8(f.bytes[k][j]);
+    // Sixteen places from 'at', less those below 'from' and after lastStart.
+    auto block = [&](std::size_t at, std::size_t from) -> int {
+      __m128i all = _mm_set1_epi8(-1);
+      for (int k = 0; k < f.offsets; ++k) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at + std::size_t(k)));
+        const __m128i in = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, want[k][0]), _mm_cmpeq_epi8(v, want[k][1])),
+                                        _mm_or_si128(_mm_cmpeq_epi8(v, want[k][2]), _mm_cmpeq_epi8(v, want[k][3])));
+        all = _mm_and_si128(all, in);
+      }
+      unsigned bits = unsigned(_mm_movemask_epi8(all)) & (~0u << (from - at));
+      for (; bits; bits &= bits - 1) {
+        const std::size_t pos = at + unsigned(std::countr_zero(bits));
+        if (pos > lastStart) break;
+        if (whole(pos))
+          if (const int r = visit(pos)) return r;
+      }
+      return 0;
+    };
+    for (; i + span + 16 <= len; i += 16)
+      if (const int r = block(i, i)) return r;
+    if (i <= lastStart) return block(len - span - 16, i);  // overlaps the last block
+    return 0;
+  }
+#endif
+  for (; i <= lastStart; ++i)
+    if (whole(i))
+      if (const int r = visit(i)) return r;
+  return 0;
+}
 
 // Calls visit(at) for every place, left to right from 'text', where one of the literals
 // (at most SearchPlan::kMaxInner, none empty) begins; visit returns 0 to go on, anything
