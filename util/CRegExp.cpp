@@ -1180,7 +1180,7 @@ int CRegExp::TryPositions(const char* text) {
       }
       return r > 0 ? 0 : -1;
     }
-    if (t->pairsValid && t->startFilter.offsets >= 2) {
+    if (t->pairsValid && t->startFilter.valid) {
       // Every match begins with one of a very few literals: look for their first bytes.
       const int r = regexplan::EachLiteral(reinterpret_cast<const unsigned char*>(text), std::strlen(text), t->starts,
                                            t->startFilter, [&](std::size_t at) {

@@ -72,25 +72,37 @@ struct Step {
   const std::string* alts = nullptr;     // kAlt: the literals
 };
 
-// Places where one of a few literals may begin, tested sixteen at a time on the bytes at
-// their first (up to) four offsets: each offset has at most four possible bytes.
+// Places where one of a few literals may begin, tested sixteen at a time on two of their
+// bytes: the first, and the one at 'gap' (as far in as the shortest literal allows, with
+// at most four different bytes there); each has at most four possible values.
 struct LiteralFilter {
-  int offsets = 0;                // 0: no filter
-  std::size_t shortest = 0;       // the shortest literal's length (at least 'offsets')
-  char bytes[4][4] = {};          // the possible bytes at each offset, repeated to fill four
+  bool valid = false;
+  std::size_t shortest = 0;  // the shortest literal's length
+  std::size_t gap = 0;
+  char first[4] = {}, atGap[4] = {};  // the possible bytes, repeated to fill four
 
   void Build(const std::vector<std::string>& lits) {
-    offsets = 0;
+    valid = false;
     if (lits.empty()) return;
     shortest = lits[0].size();
     for (const std::string& l : lits) shortest = std::min(shortest, l.size());
-    for (std::size_t k = 0; k < 4 && k < shortest; ++k) {
+    auto distinct = [&](std::size_t k) {
       std::string seen;
       for (const std::string& l : lits)
         if (seen.find(l[k]) == std::string::npos) seen += l[k];
-      if (seen.size() > 4) break;
-      for (std::size_t j = 0; j < 4; ++j) bytes[k][j] = seen[j % seen.size()];
-      offsets = int(k) + 1;
+      return seen;
+    };
+    const std::string firsts = distinct(0);
+    if (shortest < 2 || firsts.size() > 4) return;
+    for (gap = shortest - 1; gap > 0; --gap) {
+      const std::string there = distinct(gap);
+      if (there.size() > 4) continue;
+      for (std::size_t j = 0; j < 4; ++j) {
+        first[j] = firsts[j % firsts.size()];
+        atGap[j] = there[j % there.size()];
+      }
+      valid = true;
+      return;
     }
   }
 };
@@ -220,33 +232,44 @@ int EachLiteral(const unsigned char* u, std::size_t len, const std::vector<std::
   };
   std::size_t i = 0;
 #if defined(__SSE2__)
-  const std::size_t span = std::size_t(f.offsets) - 1;
-  if (f.offsets > 0 && len >= span + 16) {
-    __m128i want[4][4];
-    for (int k = 0; k < f.offsets; ++k)
-      for (int j = 0; j < 4; ++j) want[k][j] = _mm_set1_epi8(f.bytes[k][j]);
-    // Sixteen places from 'at', less those below 'from' and after lastStart.
-    auto block = [&](std::size_t at, std::size_t from) -> int {
-      __m128i all = _mm_set1_epi8(-1);
-      for (int k = 0; k < f.offsets; ++k) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at + std::size_t(k)));
-        const __m128i in = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, want[k][0]), _mm_cmpeq_epi8(v, want[k][1])),
-                                        _mm_or_si128(_mm_cmpeq_epi8(v, want[k][2]), _mm_cmpeq_epi8(v, want[k][3])));
-        all = _mm_and_si128(all, in);
+  const std::size_t gap = f.gap;
+  if (f.valid && len >= gap + 16) {
+    const __m128i f0 = _mm_set1_epi8(f.first[0]), f1 = _mm_set1_epi8(f.first[1]);
+    const __m128i f2 = _mm_set1_epi8(f.first[2]), f3 = _mm_set1_epi8(f.first[3]);
+    const __m128i g0 = _mm_set1_epi8(f.atGap[0]), g1 = _mm_set1_epi8(f.atGap[1]);
+    const __m128i g2 = _mm_set1_epi8(f.atGap[2]), g3 = _mm_set1_epi8(f.atGap[3]);
+    // Bit k: place at + k has a possible first byte, and a possible byte at the gap.
+    auto mask = [&](std::size_t at) {
+      const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at));
+      const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at + gap));
+      const __m128i inA = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(a, f0), _mm_cmpeq_epi8(a, f1)),
+                                       _mm_or_si128(_mm_cmpeq_epi8(a, f2), _mm_cmpeq_epi8(a, f3)));
+      const __m128i inB = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(b, g0), _mm_cmpeq_epi8(b, g1)),
+                                       _mm_or_si128(_mm_cmpeq_epi8(b, g2), _mm_cmpeq_epi8(b, g3)));
+      return unsigned(_mm_movemask_epi8(_mm_and_si128(inA, inB)));
+    };
+    bool tail = false;
+    for (;;) {
+      std::size_t at = i;
+      unsigned bits;
+      if (i + gap + 16 <= len) {
+        bits = mask(at);
+        i += 16;
+      } else if (i <= lastStart && !tail) {
+        at = len - gap - 16;  // the rest, in one block overlapping the last
+        bits = mask(at) & (~0u << (i - at));
+        tail = true;
+        i = len;
+      } else {
+        return 0;
       }
-      unsigned bits = unsigned(_mm_movemask_epi8(all)) & (~0u << (from - at));
       for (; bits; bits &= bits - 1) {
         const std::size_t pos = at + unsigned(std::countr_zero(bits));
         if (pos > lastStart) break;
         if (whole(pos))
           if (const int r = visit(pos)) return r;
       }
-      return 0;
-    };
-    for (; i + span + 16 <= len; i += 16)
-      if (const int r = block(i, i)) return r;
-    if (i <= lastStart) return block(len - span - 16, i);  // overlaps the last block
-    return 0;
+    }
   }
 #endif
   for (; i <= lastStart; ++i)
