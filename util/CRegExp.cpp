@@ -1312,8 +1312,10 @@ int CRegExp::RegFind(const char* text) {
     return -1;
   }
   const regexplan::SearchPlan::Shape shape = t ? t->plan.shape : regexplan::SearchPlan::kGeneral;
-  if (shape == regexplan::SearchPlan::kAnchoredSteps || shape == regexplan::SearchPlan::kOneLiteral) {
-    // The whole search is one straight try, or one look for the literal.
+  if (shape == regexplan::SearchPlan::kAnchoredSteps || shape == regexplan::SearchPlan::kOneLiteral ||
+      shape == regexplan::SearchPlan::kLiteralChoice) {
+    // The whole search is one straight try, one look for the literal, or one look for
+    // the nearest of the literals (where the first of them in order to match is the match).
     m_pRegBol = text;
     ClearBounds(m_apStartp);
     ClearBounds(m_apEndp);
@@ -1322,6 +1324,13 @@ int CRegExp::RegFind(const char* text) {
     const char* end = nullptr;
     if (shape == regexplan::SearchPlan::kAnchoredSteps) {
       end = t->plan.Run(text, text, m_apStartp, m_apEndp);
+    } else if (shape == regexplan::SearchPlan::kLiteralChoice) {
+      regexplan::EachLiteral(reinterpret_cast<const unsigned char*>(text), std::strlen(text), t->plan.lits,
+                             t->plan.choiceFilter, [&](std::size_t at) {
+                               start = text + at;
+                               end = t->plan.Run(text, start, m_apStartp, m_apEndp);
+                               return 1;
+                             });
     } else {
       const char* lit = reinterpret_cast<const char*>(first.text);
       start = first.len == 1 ? std::strchr(text, lit[0]) : std::strstr(text, lit);

@@ -314,6 +314,10 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
       plan.shape = SearchPlan::kAnchoredSteps;
     else if (plan.steps.size() == 2 && plan.steps[0].kind == Step::kLit)
       plan.shape = SearchPlan::kOneLiteral;
+    else if (plan.steps.size() == 2 && plan.steps[0].kind == Step::kAlt) {
+      plan.choiceFilter.Build(plan.lits);  // the choice's literals are all there are
+      if (plan.choiceFilter.valid) plan.shape = SearchPlan::kLiteralChoice;
+    }
   }
   for (Step& step : plan.steps) {
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();

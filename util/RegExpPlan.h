@@ -142,9 +142,11 @@ struct SearchPlan {
   std::vector<std::string> lits;
 
   // Programs whose search needs none of the general machinery: an anchored straight
-  // program (one try at the start), or one literal and nothing else.
-  enum Shape : unsigned char { kGeneral, kAnchoredSteps, kOneLiteral };
+  // program (one try at the start), one literal and nothing else,
+  // or a choice of literals and nothing else (found through choiceFilter).
+  enum Shape : unsigned char { kGeneral, kAnchoredSteps, kOneLiteral, kLiteralChoice };
   Shape shape = kGeneral;
+  LiteralFilter choiceFilter;
 
   // False when no match can be in the terminated text.
   bool Admits(const char* text) const {
