@@ -28,6 +28,7 @@ void WalkMandatory(const ProgramView& v, Visit visit) {
         scan = OPERAND(scan);  // no choice: the matcher goes straight in
         continue;
       }
+      if (!visit(scan)) return;  // the choice itself
       while (scan && OP(scan) == BRANCH && guard++ <= v.size) scan = v.next(scan);
       continue;
     }
@@ -206,10 +207,24 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
       haveSet = true;
     }
   };
+  std::vector<std::string> choice;  // the first choice of nothing but literals
   WalkMandatory(v, [&](const char* node) {
     const unsigned op = OP(node);
     unsigned char set[256] = {};
-    if (op == EXACTLY && *OPERAND(node)) {
+    if (op == BRANCH) {
+      if (!choice.empty()) return true;
+      std::vector<std::string> lits;
+      const char* meet = nullptr;
+      const char* alt = node;
+      for (; alt && OP(alt) == BRANCH && lits.size() <= SearchPlan::kMaxInner; alt = v.next(alt)) {
+        const char* body = OPERAND(alt);
+        const char* after = OP(body) == EXACTLY && *OPERAND(body) ? v.next(body) : nullptr;
+        if (!after || (meet && after != meet)) return true;
+        meet = after;
+        lits.emplace_back(OPERAND(body));
+      }
+      if (alt == meet && lits.size() <= SearchPlan::kMaxInner) choice = std::move(lits);
+    } else if (op == EXACTLY && *OPERAND(node)) {
       literals.emplace_back(OPERAND(node));
     } else if ((op == ANYOF || op == ANYBUT) && v.consumes(node, set)) {
       offerSet(set);
@@ -302,6 +317,12 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
         plan.innerFilter.Build(plan.inner);
       }
     }
+  }
+  // A choice of literals that every match passes through rejects texts without any of
+  // them; worth a look through the text only where the search itself is not straight.
+  if (plan.steps.empty() && !choice.empty()) {
+    plan.requiredChoiceFilter.Build(choice);
+    if (plan.requiredChoiceFilter.valid) plan.requiredChoice = std::move(choice);
   }
   // An anchored straight program is one short try: cheaper than looking through the
   // whole text for what it must contain.

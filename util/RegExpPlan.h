@@ -107,115 +107,6 @@ struct LiteralFilter {
   }
 };
 
-struct SearchPlan {
-  // Anchored patterns: the byte a match begins with must be in anchoredFirst (entry 0:
-  // an empty match at the terminator), and the text must begin with anchoredPrefix.
-  bool anchoredFirstValid = false;
-  unsigned char anchoredFirst[256] = {};
-  std::string anchoredPrefix;
-  // Literals that every match contains, and a byte set of which it contains one.
-  std::vector<std::string> required;
-  bool requiredSetValid = false;
-  regexscan::ByteSet requiredSet;
-
-  // Every byte that can begin a match, for the scan to the next place worth a try.
-  regexscan::ByteSet firstScan;
-
-  // The greedy run a match begins with (STAR or PLUS over leadRun), or leadOp 0. A try
-  // from a byte of the run that fails ends each of its ways at a place that any later
-  // start inside the same run could only reach by fewer repeats: those fail as well.
-  unsigned char leadOp = 0;
-  unsigned char leadRun[256] = {};
-
-  // Straight programs that begin with a run (PLUS) followed by literals: the literals
-  // (each whole text that can follow the run, at most kMaxInner). A match's run ends right
-  // before one of them, so the search looks for those and goes back to the run's start.
-  static constexpr std::size_t kMaxInner = 8;
-  std::vector<std::string> inner;
-  LiteralFilter innerFilter;
-
-  // The straight program, when every choice in it is decided by the text at hand: runs
-  // whose follower cannot begin with a byte of the run (or that end the match), and
-  // alternatives of literals of which none begins another. Empty when there is none.
-  std::vector<Step> steps;
-  std::vector<std::array<unsigned char, 256>> sets;
-  std::vector<std::string> lits;
-
-  // Programs whose search needs none of the general machinery: an anchored straight
-  // program (one try at the start), one literal and nothing else,
-  // or a choice of literals and nothing else (found through choiceFilter).
-  enum Shape : unsigned char { kGeneral, kAnchoredSteps, kOneLiteral, kLiteralChoice };
-  Shape shape = kGeneral;
-  LiteralFilter choiceFilter;
-
-  // False when no match can be in the terminated text.
-  bool Admits(const char* text) const {
-    const auto* u = reinterpret_cast<const unsigned char*>(text);
-    if (anchoredFirstValid && !anchoredFirst[u[0]]) return false;
-    if (!anchoredPrefix.empty() && std::strncmp(text, anchoredPrefix.c_str(), anchoredPrefix.size()) != 0)
-      return false;
-    for (const std::string& lit : required) {
-      if (lit.size() == 1 ? !std::strchr(text, lit[0]) : !std::strstr(text, lit.c_str())) return false;
-    }
-    if (requiredSetValid && !*regexscan::Scan(text, requiredSet)) return false;
-    return true;
-  }
-
-  // Runs the straight program from 's' (the text began at 'bol'). On a match, returns
-  // the end of it and sets the group bounds it passes; startp and endp must be clear.
-  const char* Run(const char* bol, const char* s, const char** startp, const char** endp) const {
-    const auto* p = reinterpret_cast<const unsigned char*>(s);
-    for (const Step& step : steps) {
-      switch (step.kind) {
-        case Step::kBol:
-          if (p != reinterpret_cast<const unsigned char*>(bol)) return nullptr;
-          break;
-        case Step::kEol:
-          if (*p) return nullptr;
-          break;
-        case Step::kOne:
-          if (!step.table[*p]) return nullptr;  // entry 0 is never set
-          ++p;
-          break;
-        case Step::kLit:
-          // Stops at the first difference, the terminator included: a literal holds none.
-          for (std::uint32_t i = 0; i < step.len; ++i)
-            if (p[i] != step.text[i]) return nullptr;
-          p += step.len;
-          break;
-        case Step::kRun: {
-          const unsigned char* from = p;
-          while (step.table[*p]) ++p;
-          if (p - from < step.min) return nullptr;
-          break;
-        }
-        case Step::kAlt: {
-          const std::string* lit = step.alts;
-          const std::string* end = lit + step.count;
-          for (; lit != end; ++lit) {
-            const auto* l = reinterpret_cast<const unsigned char*>(lit->data());
-            std::size_t i = 0;
-            while (i < lit->size() && p[i] == l[i]) ++i;
-            if (i == lit->size()) break;
-          }
-          if (lit == end) return nullptr;
-          p += lit->size();
-          break;
-        }
-        case Step::kOpen:
-          startp[step.group] = reinterpret_cast<const char*>(p);
-          break;
-        case Step::kClose:
-          endp[step.group] = reinterpret_cast<const char*>(p);
-          break;
-        case Step::kEnd:
-          return reinterpret_cast<const char*>(p);
-      }
-    }
-    return nullptr;
-  }
-};
-
 // Calls visit(at) for every place, left to right, in the 'len' bytes of 'u' where one of
 // the literals begins in full; visit returns 0 to go on, anything else to stop with that
 // value. Returns that value, or 0 when the places run out.
@@ -279,6 +170,121 @@ int EachLiteral(const unsigned char* u, std::size_t len, const std::vector<std::
       if (const int r = visit(i)) return r;
   return 0;
 }
+
+struct SearchPlan {
+  // Anchored patterns: the byte a match begins with must be in anchoredFirst (entry 0:
+  // an empty match at the terminator), and the text must begin with anchoredPrefix.
+  bool anchoredFirstValid = false;
+  unsigned char anchoredFirst[256] = {};
+  std::string anchoredPrefix;
+  // Literals that every match contains, and a byte set of which it contains one.
+  std::vector<std::string> required;
+  bool requiredSetValid = false;
+  regexscan::ByteSet requiredSet;
+  // A choice of literals that every match passes through: it holds one of them.
+  std::vector<std::string> requiredChoice;
+  LiteralFilter requiredChoiceFilter;
+
+  // Every byte that can begin a match, for the scan to the next place worth a try.
+  regexscan::ByteSet firstScan;
+
+  // The greedy run a match begins with (STAR or PLUS over leadRun), or leadOp 0. A try
+  // from a byte of the run that fails ends each of its ways at a place that any later
+  // start inside the same run could only reach by fewer repeats: those fail as well.
+  unsigned char leadOp = 0;
+  unsigned char leadRun[256] = {};
+
+  // Straight programs that begin with a run (PLUS) followed by literals: the literals
+  // (each whole text that can follow the run, at most kMaxInner). A match's run ends right
+  // before one of them, so the search looks for those and goes back to the run's start.
+  static constexpr std::size_t kMaxInner = 8;
+  std::vector<std::string> inner;
+  LiteralFilter innerFilter;
+
+  // The straight program, when every choice in it is decided by the text at hand: runs
+  // whose follower cannot begin with a byte of the run (or that end the match), and
+  // alternatives of literals of which none begins another. Empty when there is none.
+  std::vector<Step> steps;
+  std::vector<std::array<unsigned char, 256>> sets;
+  std::vector<std::string> lits;
+
+  // Programs whose search needs none of the general machinery: an anchored straight
+  // program (one try at the start), one literal and nothing else,
+  // or a choice of literals and nothing else (found through choiceFilter).
+  enum Shape : unsigned char { kGeneral, kAnchoredSteps, kOneLiteral, kLiteralChoice };
+  Shape shape = kGeneral;
+  LiteralFilter choiceFilter;
+
+  // False when no match can be in the terminated text.
+  bool Admits(const char* text) const {
+    const auto* u = reinterpret_cast<const unsigned char*>(text);
+    if (anchoredFirstValid && !anchoredFirst[u[0]]) return false;
+    if (!anchoredPrefix.empty() && std::strncmp(text, anchoredPrefix.c_str(), anchoredPrefix.size()) != 0)
+      return false;
+    for (const std::string& lit : required) {
+      if (lit.size() == 1 ? !std::strchr(text, lit[0]) : !std::strstr(text, lit.c_str())) return false;
+    }
+    if (requiredSetValid && !*regexscan::Scan(text, requiredSet)) return false;
+    if (!requiredChoice.empty() && !EachLiteral(u, std::strlen(text), requiredChoice, requiredChoiceFilter,
+                                                [](std::size_t) { return 1; }))
+      return false;
+    return true;
+  }
+
+  // Runs the straight program from 's' (the text began at 'bol'). On a match, returns
+  // the end of it and sets the group bounds it passes; startp and endp must be clear.
+  const char* Run(const char* bol, const char* s, const char** startp, const char** endp) const {
+    const auto* p = reinterpret_cast<const unsigned char*>(s);
+    for (const Step& step : steps) {
+      switch (step.kind) {
+        case Step::kBol:
+          if (p != reinterpret_cast<const unsigned char*>(bol)) return nullptr;
+          break;
+        case Step::kEol:
+          if (*p) return nullptr;
+          break;
+        case Step::kOne:
+          if (!step.table[*p]) return nullptr;  // entry 0 is never set
+          ++p;
+          break;
+        case Step::kLit:
+          // Stops at the first difference, the terminator included: a literal holds none.
+          for (std::uint32_t i = 0; i < step.len; ++i)
+            if (p[i] != step.text[i]) return nullptr;
+          p += step.len;
+          break;
+        case Step::kRun: {
+          const unsigned char* from = p;
+          while (step.table[*p]) ++p;
+          if (p - from < step.min) return nullptr;
+          break;
+        }
+        case Step::kAlt: {
+          const std::string* lit = step.alts;
+          const std::string* end = lit + step.count;
+          for (; lit != end; ++lit) {
+            const auto* l = reinterpret_cast<const unsigned char*>(lit->data());
+            std::size_t i = 0;
+            while (i < lit->size() && p[i] == l[i]) ++i;
+            if (i == lit->size()) break;
+          }
+          if (lit == end) return nullptr;
+          p += lit->size();
+          break;
+        }
+        case Step::kOpen:
+          startp[step.group] = reinterpret_cast<const char*>(p);
+          break;
+        case Step::kClose:
+          endp[step.group] = reinterpret_cast<const char*>(p);
+          break;
+        case Step::kEnd:
+          return reinterpret_cast<const char*>(p);
+      }
+    }
+    return nullptr;
+  }
+};
 
 // Calls visit(at) for every place, left to right from 'text', where one of the literals
 // (at most SearchPlan::kMaxInner, none empty) begins; visit returns 0 to go on, anything
