@@ -8,7 +8,7 @@ JOBS ?= $(shell nproc)
 BUILD_PKGS := cmake ninja-build g++ pkg-config ccache tzdata libgtest-dev libgmock-dev libsqlite3-dev \
               libcli11-dev nlohmann-json3-dev zlib1g-dev
 PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile
-BENCH_PKGS := libbenchmark-dev libstaden-read-dev
+BENCH_PKGS := libbenchmark-dev libstaden-read-dev libpcre2-dev libre2-dev
 FUZZ_PKGS := clang libclang-rt-14-dev
 
 define ensure_pkgs

@@ -1,7 +1,7 @@
 // Compiles any pattern and runs it over any text: the first byte chooses the options,
 // the pattern runs to the first newline, the text is the rest. Every search and result
-// call must finish without touching memory it does not own, and a failed compile must
-// say why.
+// call must finish without touching memory it does not own, a failed compile must say
+// why, and equivalent searches must agree.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -39,5 +39,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   zev::CRegExp copy(re);  // shares the program; both must die cleanly
   copy.RegFind(text.c_str());
   std::free(copy.GetReplaceString("&"));
+
+  // The search's shortcuts must never change a result. The same pattern inside a group,
+  // or with an alternative that cannot match, takes other paths to the same match; and
+  // without '^' a search from a later start up to the match finds the same match.
+  const int first = re.RegFind(text.c_str());
+  const int firstLen = re.GetFindLen();
+  const bool sentinelFree = text.find('\x01') == std::string::npos;
+  for (const std::string& variant : {"(" + pattern + ")", pattern + "|\x01\x02"}) {
+    zev::CRegExp other;
+    if (!sentinelFree || !other.RegComp(variant.c_str(), upper, error)) continue;
+    if (other.RegFind(text.c_str()) != first || other.GetFindLen() != firstLen) std::abort();
+  }
+  if (pattern.find('^') == std::string::npos && first > 0) {
+    const std::size_t skip = std::size_t(options >> 3) % std::size_t(first + 1);
+    if (re.RegFind(text.c_str() + skip) != first - int(skip) || re.GetFindLen() != firstLen) std::abort();
+  }
   return 0;
 }

@@ -6,6 +6,7 @@
 #include "zevutil/CRegExp.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,8 @@
 #include <emmintrin.h>
 #endif
 
+#include "util/RegExpPlan.h"
+#include "util/RegExpScan.h"
 #include "zevutil/platform/CException.h"
 #include "zevutil/platform/Locale.h"
 
@@ -23,23 +26,7 @@ namespace zev {
 
 namespace {
 
-// Opcodes of the node program.
-enum : unsigned char {
-  END = 0,
-  BOL = 1,
-  EOL = 2,
-  ANY = 3,
-  ANYOF = 4,
-  ANYBUT = 5,
-  BRANCH = 6,
-  BACK = 7,
-  EXACTLY = 8,
-  NOTHING = 9,
-  STAR = 10,
-  PLUS = 11,
-  OPEN = 20,
-  CLOSE = 30,
-};
+using namespace regexplan;  // the opcodes and node accessors
 
 // Parser flags.
 constexpr int WORST = 0;
@@ -64,12 +51,70 @@ constexpr std::uint64_t kMemoBitsMax = std::uint64_t(1) << 28;
 // Most failures a hash set records (some 150 MB); later ones are not remembered.
 constexpr std::size_t kMemoHashMax = std::size_t(1) << 22;
 
-inline unsigned OP(const char* p) { return static_cast<unsigned char>(*p); }
-inline const char* OPERAND(const char* p) { return p + 3; }
-inline char* OPERAND(char* p) { return p + 3; }
 inline bool ISMULT(char c) { return c == '*' || c == '+' || c == '?'; }
-inline bool IsOpen(unsigned op) { return op > OPEN && op < OPEN + CRegExp::NSUBEXP; }
-inline bool IsClose(unsigned op) { return op > CLOSE && op < CLOSE + CRegExp::NSUBEXP; }
+static_assert(regexplan::kGroups == CRegExp::NSUBEXP);
+
+// Clears the ten group bounds of one side with plain stores: compilers turn the obvious
+// loop over both sides into a block fill whose start-up costs more than the whole job.
+inline void ClearBounds(const char** p) {
+  static_assert(CRegExp::NSUBEXP == 10);
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 2), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 4), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 6), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 8), zero);
+#else
+  for (int i = 0; i < 10; ++i) p[i] = nullptr;
+#endif
+}
+
+// The code page's upper-case of every byte, as CharUpperBuffA gives it, in one table.
+const unsigned char* UpperTable() {
+  static const auto table = [] {
+    std::array<unsigned char, 256> t{};
+    for (int c = 0; c < 256; ++c) t[std::size_t(c)] = static_cast<unsigned char>(Cp1252Upper(static_cast<char>(c)));
+    return t;
+  }();
+  return table.data();
+}
+
+// Whether the table changes no byte below 0x80 but 'a' to 'z', into 'A' to 'Z'.
+bool AsciiUpperIsPlain() {
+  static const bool plain = [] {
+    const unsigned char* t = UpperTable();
+    for (int c = 0; c < 0x80; ++c)
+      if (t[c] != (c >= 'a' && c <= 'z' ? c - 0x20 : c)) return false;
+    return true;
+  }();
+  return plain;
+}
+
+// Upper-cases n bytes into 'to' (which may be 'from' or lie before it).
+void UpperCopy(char* to, const char* from, std::size_t n) {
+  const unsigned char* table = UpperTable();
+  const auto* src = reinterpret_cast<const unsigned char*>(from);
+  std::size_t i = 0;
+#if defined(__SSE2__)
+  if (AsciiUpperIsPlain()) {
+    // Sixteen plain ASCII bytes at a time; a block with any other byte goes by the table.
+    const __m128i a = _mm_set1_epi8('a'), span = _mm_set1_epi8(25), bit = _mm_set1_epi8(0x20);
+    for (; i + 16 <= n; i += 16) {
+      __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
+      if (_mm_movemask_epi8(v)) {
+        for (std::size_t k = i; k < i + 16; ++k) to[k] = static_cast<char>(table[src[k]]);
+        continue;
+      }
+      const __m128i d = _mm_sub_epi8(v, a);
+      const __m128i lower = _mm_cmpeq_epi8(_mm_max_epu8(d, span), span);
+      v = _mm_sub_epi8(v, _mm_and_si128(lower, bit));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), v);
+    }
+  }
+#endif
+  for (; i < n; ++i) to[i] = static_cast<char>(table[src[i]]);
+}
 
 void CopyError(char* buffer, const char* message) {
   if (buffer) std::strcpy(buffer, message);
@@ -93,16 +138,25 @@ struct CRegExp::Tables {
   std::string firstChars;   // the same as a string for strcspn when there are few (no '\0')
   bool firstAtEnd = false;  // a match may begin at the terminator
   // Every match begins with one of a few literals of two or more characters: their first
-  // two characters, as a bit table over the pair.
+  // character and the one at pairGap (the shortest literal's last), as a bit table over
+  // the pair.
   bool pairsValid = false;
   std::vector<std::uint64_t> pairs;
   std::vector<std::string> starts;  // the literals themselves
-  std::string pairFirsts, pairSeconds;  // their distinct first and second characters
+  regexplan::LiteralFilter startFilter;  // for them, when there are few
+  std::string pairFirsts, pairSeconds;  // their distinct first and gap characters
+  std::size_t pairGap = 1;
+  // With four or fewer of each: the same, repeated to fill four places.
+  bool pairsFew = false;
+  char pairFirst4[4] = {}, pairGap4[4] = {};
   // With a start character: the whole literal that every match begins with.
   std::string startText;
   // For a repeat at a program offset: the character the next node to consume must see
   // (looking through group marks), or 0 for no such test.
   std::vector<char> nextCharAt;
+
+  // Quick rejections, the leading run and the straight program (RegExpPlan.h).
+  regexplan::SearchPlan plan;
 };
 
 struct CRegExp::Frame {
@@ -120,6 +174,10 @@ struct CRegExp::MatchState {
   std::vector<Frame> stack;
   std::vector<std::uint64_t> bits;
   std::unordered_set<std::uint64_t> hashed;
+  // The working copy's block when no copy shares it, kept for the next stretch search.
+  std::shared_ptr<char> spareTemp;
+  std::size_t spareTempCapacity = 0;
+  std::size_t tempCapacity = 0;
   // The found text's block when no copy shares it, kept for the next match.
   std::shared_ptr<char> spareFound;
   std::size_t spareCapacity = 0;
@@ -598,24 +656,71 @@ void CRegExp::BuildTables() {
     if (t->firstValid && !t->firstAtEnd && LiteralStarts(program, starts, budget)) {
       t->pairsValid = true;
       t->pairs.assign(65536 / 64, 0);
+      // The farther apart the two characters, the fewer places have both by chance.
+      std::size_t shortest = ~std::size_t(0);
+      for (const std::string& lit : starts) shortest = std::min(shortest, lit.size());
+      t->pairGap = shortest >= 2 ? shortest - 1 : 1;
+      const std::size_t gap = t->pairGap;
       for (const std::string& lit : starts) {
         if (lit.size() < 2) {
           t->pairsValid = false;
           break;
         }
-        const unsigned pair = unsigned(static_cast<unsigned char>(lit[0])) << 8 | static_cast<unsigned char>(lit[1]);
+        const unsigned pair = unsigned(static_cast<unsigned char>(lit[0])) << 8 | static_cast<unsigned char>(lit[gap]);
         t->pairs[pair >> 6] |= std::uint64_t(1) << (pair & 63);
       }
       if (t->pairsValid) {
         for (const std::string& lit : starts) {
           if (t->pairFirsts.find(lit[0]) == std::string::npos) t->pairFirsts += lit[0];
-          if (t->pairSeconds.find(lit[1]) == std::string::npos) t->pairSeconds += lit[1];
+          if (t->pairSeconds.find(lit[t->pairGap]) == std::string::npos) t->pairSeconds += lit[t->pairGap];
         }
         t->starts = std::move(starts);
+        if (t->starts.size() <= 8) t->startFilter.Build(t->starts);
+        t->pairsFew = t->pairFirsts.size() <= 4 && t->pairSeconds.size() <= 4;
+        for (std::size_t k = 0; t->pairsFew && k < 4; ++k) {
+          t->pairFirst4[k] = t->pairFirsts[k % t->pairFirsts.size()];
+          t->pairGap4[k] = t->pairSeconds[k % t->pairSeconds.size()];
+        }
       }
       else
         t->pairs.clear();
     }
+  }
+
+  regexplan::ProgramView view;
+  view.program = program;
+  view.size = t->size;
+  view.next = [this](const char* p) { return regnext(p); };
+  view.firstChars = [this, t](const char* p, unsigned char (&set)[256]) {
+    int budget = 4 * int(t->size) + 64;
+    return FirstChars(p, set, budget);
+  };
+  view.consumes = [this](const char* node, unsigned char (&set)[256]) {
+    switch (OP(node)) {
+      case ANY:
+        for (int c = 1; c < 256; ++c) set[c] = 1;
+        return true;
+      case EXACTLY:
+        if (!*OPERAND(node)) return false;
+        set[static_cast<unsigned char>(*OPERAND(node))] = 1;
+        return true;
+      case ANYOF:
+      case ANYBUT:
+        for (int c = 1; c < 256; ++c)
+          if (InClass(node, static_cast<char>(c)) == (OP(node) == ANYOF)) set[c] = 1;
+        return true;
+      default:
+        return false;
+    }
+  };
+  view.anchored = m_cRegAnchor != 0;
+  if (m_cRegStart && OP(OPERAND(program)) == EXACTLY) view.leading = OPERAND(OPERAND(program));
+  if (m_pRegMust) view.must = m_pRegMust;
+  regexplan::BuildPlan(t->plan, view);
+  t->plan.firstScan = {};
+  if (t->firstValid) {
+    std::copy(std::begin(t->first), std::end(t->first), t->plan.firstScan.has);
+    t->plan.firstScan.Finish();
   }
 }
 
@@ -768,7 +873,8 @@ inline void CRegExp::MemoFail(const char* node, const char* position) {
 
 inline int CRegExp::regtry(const char* position) {
   m_pRegInput = position;
-  for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+  ClearBounds(m_apStartp);
+  ClearBounds(m_apEndp);
   if (regmatch(m_pProgram.get())) {
     m_apStartp[0] = position;
     m_apEndp[0] = m_pRegInput;
@@ -995,8 +1101,10 @@ int CRegExp::SearchFrom(const char* text) {
   const int found = TryPositions(text);
   // A search that fails has always tried some position last, which leaves every group
   // bound clear; positions skipped because they cannot match must not change that.
-  if (found < 0)
-    for (int i = 0; i < NSUBEXP; ++i) m_apStartp[i] = m_apEndp[i] = nullptr;
+  if (found < 0) {
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
+  }
   return found;
 }
 
@@ -1004,30 +1112,90 @@ int CRegExp::TryPositions(const char* text) {
   MatchState& m = *m_pMatch;
   m.Reset();
   m_pRegBol = text;
-  if (m_cRegAnchor) return regtry(text) ? 0 : -1;
   const Tables* t = m_pTables.get();
+  const regexplan::SearchPlan* plan = t ? &t->plan : nullptr;
+  const bool straight = plan && !plan->steps.empty();
+  // One try at a place: the straight program when there is one, else the matcher.
+  auto attempt = [&](const char* s) -> int {
+    if (!straight) return regtry(s);
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
+    const char* end = plan->Run(text, s, m_apStartp, m_apEndp);
+    if (!end) return 0;
+    m_apStartp[0] = s;
+    m_apEndp[0] = m_pRegInput = end;
+    return 1;
+  };
+  // After a failed try from a byte of the leading run: the place to go on from, past the
+  // rest of the run (null when that leaves nothing to try).
+  const unsigned char* leadRun = plan && plan->leadOp ? plan->leadRun : nullptr;
+  auto pastRun = [&](const char* s) -> const char* {
+    const auto* q = reinterpret_cast<const unsigned char*>(s);
+    while (leadRun[*q]) ++q;
+    if (plan->leadOp == PLUS) return reinterpret_cast<const char*>(q);  // q itself cannot begin a run
+    // With a star the try covered q (no repeats) as well, the terminator included.
+    return *q ? reinterpret_cast<const char*>(q + 1) : nullptr;
+  };
+  if (m_cRegAnchor) return attempt(text) ? 0 : -1;
   if (m_cRegStart) {
     // The text itself first, then each occurrence of the start character after it (of
     // the whole literal a match begins with, when it is longer: nothing else can match).
-    if ((*text == m_cRegStart || !t) && regtry(text)) return 0;
+    if ((*text == m_cRegStart || !t) && attempt(text)) return 0;
     if (m.aborted || !*text) return -1;
     const bool literal = t && !t->startText.empty();
     for (const char* s = text + 1;; ++s) {
       s = literal ? std::strstr(s, t->startText.c_str()) : std::strchr(s, m_cRegStart);
       if (!s) return -1;
-      if (regtry(s)) return 0;
+      if (attempt(s)) return 0;
       if (m.aborted) return -1;
     }
   }
   if (t && t->firstValid) {
     // Positions whose characters cannot begin a match are skipped without a try.
     const unsigned char* first = t->first;
+    if (!plan->inner.empty()) {
+      // Every match is a run of leadRun bytes followed by one of the inner literals, whose
+      // first byte is not in the run: find the literals, and try from where the run before
+      // each begins. The first try of a run speaks for every later start inside it.
+      const unsigned char* run = plan->leadRun;
+      const char* from = text;  // no match begins before this
+      auto visit = [&](const char* q) {
+        if (q > from && run[static_cast<unsigned char>(q[-1])]) {
+          const char* start = q - 1;
+          while (start > from && run[static_cast<unsigned char>(start[-1])]) --start;
+          if (attempt(start)) return 1;
+          if (m.aborted) return -1;
+        }
+        from = q + 1;
+        return 0;
+      };
+      int r;
+      if (plan->inner.size() == 1) {
+        // One literal: the C library's search, which uses the widest vectors there are.
+        r = regexplan::EachOccurrence(text, plan->inner, visit);
+      } else {
+        const auto* u = reinterpret_cast<const unsigned char*>(text);
+        r = regexplan::EachLiteral(u, std::strlen(text), plan->inner, plan->innerFilter,
+                                   [&](std::size_t at) { return visit(text + at); });
+      }
+      return r > 0 ? 0 : -1;
+    }
+    if (t->pairsValid && t->startFilter.valid) {
+      // Every match begins with one of a very few literals: look for their first bytes.
+      const int r = regexplan::EachLiteral(reinterpret_cast<const unsigned char*>(text), std::strlen(text), t->starts,
+                                           t->startFilter, [&](std::size_t at) {
+                                             if (attempt(text + at)) return 1;
+                                             return m.aborted ? -1 : 0;
+                                           });
+      return r > 0 ? 0 : -1;
+    }
     if (t->pairsValid) {
-      // Every match begins with one of a few literals: look for their first two characters.
-      // The positions are tested independently of each other, four at a time.
+      // Every match begins with one of a few literals: look for their first character with
+      // the one at the gap. The positions are tested independently of each other.
       const std::uint64_t* pairs = t->pairs.data();
       const auto* u = reinterpret_cast<const unsigned char*>(text);
-      const std::size_t last = std::strlen(text);  // pairs start before the last character
+      const std::size_t last = std::strlen(text);
+      const std::size_t gap = t->pairGap;  // a literal at i ends at i + gap or later, before last
       // Whether one of those literals is there in full: only then is a try worth it.
       auto startsWithLiteral = [&](const char* at) {
         for (const std::string& lit : t->starts)
@@ -1036,44 +1204,55 @@ int CRegExp::TryPositions(const char* text) {
         return false;
       };
       auto hit = [&](std::size_t i) {
-        const unsigned pair = unsigned(u[i]) << 8 | u[i + 1];
+        const unsigned pair = unsigned(u[i]) << 8 | u[i + gap];
         return (pairs[pair >> 6] >> (pair & 63)) & 1;
       };
       std::size_t i = 0;
 #if defined(__SSE2__)
-      if (t->pairFirsts.size() <= 4 && t->pairSeconds.size() <= 4) {
-        // Sixteen positions at a time: those whose first character is one of the literals'
-        // first characters and whose second is one of their second characters.
+      if (t->pairsFew) {
+        // Sixteen positions at a time: those whose character is one of the literals' first
+        // characters and whose character at the gap is one of theirs there.
         __m128i firsts[4], seconds[4];
         for (int k = 0; k < 4; ++k) {
-          firsts[k] = _mm_set1_epi8(t->pairFirsts[std::size_t(k) % t->pairFirsts.size()]);
-          seconds[k] = _mm_set1_epi8(t->pairSeconds[std::size_t(k) % t->pairSeconds.size()]);
+          firsts[k] = _mm_set1_epi8(t->pairFirst4[k]);
+          seconds[k] = _mm_set1_epi8(t->pairGap4[k]);
         }
-        for (; i + 16 <= last; i += 16) {
-          const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i));
-          const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i + 1));
+        // Tests the sixteen positions from 'at', less those below 'from'.
+        auto block = [&](std::size_t at, std::size_t from) {
+          const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at));
+          const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at + gap));
           const __m128i inFirst = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(a, firsts[0]), _mm_cmpeq_epi8(a, firsts[1])),
                                                _mm_or_si128(_mm_cmpeq_epi8(a, firsts[2]), _mm_cmpeq_epi8(a, firsts[3])));
           const __m128i inSecond =
               _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(b, seconds[0]), _mm_cmpeq_epi8(b, seconds[1])),
                            _mm_or_si128(_mm_cmpeq_epi8(b, seconds[2]), _mm_cmpeq_epi8(b, seconds[3])));
-          for (unsigned bits = unsigned(_mm_movemask_epi8(_mm_and_si128(inFirst, inSecond))); bits; bits &= bits - 1) {
-            const std::size_t at = i + unsigned(std::countr_zero(bits));
-            if (hit(at) && startsWithLiteral(text + at)) {
-              if (regtry(text + at)) return 0;
+          unsigned bits = unsigned(_mm_movemask_epi8(_mm_and_si128(inFirst, inSecond)));
+          bits &= ~0u << (from - at);
+          for (; bits; bits &= bits - 1) {
+            const std::size_t pos = at + unsigned(std::countr_zero(bits));
+            if (hit(pos) && startsWithLiteral(text + pos)) {
+              if (attempt(text + pos)) return 1;
               if (m.aborted) return -1;
             }
           }
+          return 0;
+        };
+        for (; i + gap + 15 < last; i += 16)
+          if (const int r = block(i, i)) return r > 0 ? 0 : -1;
+        if (i + gap < last && last >= gap + 16) {
+          // The rest in one block that overlaps the last one, its tested places masked off.
+          if (const int r = block(last - gap - 16, i)) return r > 0 ? 0 : -1;
+          return -1;
         }
       }
 #endif
-      while (i + 1 < last) {
-        if (i + 4 < last && !(hit(i) | hit(i + 1) | hit(i + 2) | hit(i + 3))) {
+      while (i + gap < last) {
+        if (i + gap + 3 < last && !(hit(i) | hit(i + 1) | hit(i + 2) | hit(i + 3))) {
           i += 4;
           continue;
         }
         if (hit(i) && startsWithLiteral(text + i)) {
-          if (regtry(text + i)) return 0;
+          if (attempt(text + i)) return 0;
           if (m.aborted) return -1;
         }
         ++i;
@@ -1081,23 +1260,36 @@ int CRegExp::TryPositions(const char* text) {
       return -1;
     }
     const char* few = t->firstChars.empty() ? nullptr : t->firstChars.c_str();
-    for (const char* s = text;; ++s) {
-      if (few) {
+    // Vector scans pay off where candidates are sparse; a dense set is met at once anyway.
+    const bool ranges = plan->firstScan.ranges > 0 && plan->firstScan.members <= 16;
+    for (const char* s = text;;) {
+      if (ranges) {
+        s = regexscan::Scan(s, plan->firstScan);
+      } else if (few) {
         s += std::strcspn(s, few);
       } else {
         while (*s && !first[static_cast<unsigned char>(*s)]) ++s;
       }
-      if (!*s) return t->firstAtEnd && regtry(s) ? 0 : -1;
-      if (regtry(s)) return 0;
+      if (!*s) return t->firstAtEnd && attempt(s) ? 0 : -1;
+      if (attempt(s)) return 0;
       if (m.aborted) return -1;
+      if (leadRun && leadRun[static_cast<unsigned char>(*s)]) {
+        if (!(s = pastRun(s))) return -1;
+      } else {
+        ++s;
+      }
     }
   }
   const char* s = text;
-  do {
-    if (regtry(s)) return 0;
+  for (;;) {
+    if (attempt(s)) return 0;
     if (m.aborted) return -1;
-  } while (*s++ != '\0');
-  return -1;
+    if (leadRun && leadRun[static_cast<unsigned char>(*s)]) {
+      if (!(s = pastRun(s))) return -1;
+    } else if (*s++ == '\0') {
+      return -1;
+    }
+  }
 }
 
 int CRegExp::RegFind(const char* text) {
@@ -1111,7 +1303,49 @@ int CRegExp::RegFind(const char* text) {
   m_pFoundText.reset();
   if (!m_bCompiled) return -1;
   if (m_pRegMust && !std::strstr(text, m_pRegMust)) return -1;
-  if (SearchFrom(text) < 0) return -1;
+  const Tables* t = m_pTables.get();
+  if (t && !t->plan.Admits(text)) {
+    // No match can be in the text: leave what a search that fails leaves.
+    m_pRegBol = text;
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
+    return -1;
+  }
+  const regexplan::SearchPlan::Shape shape = t ? t->plan.shape : regexplan::SearchPlan::kGeneral;
+  if (shape == regexplan::SearchPlan::kAnchoredSteps || shape == regexplan::SearchPlan::kOneLiteral ||
+      shape == regexplan::SearchPlan::kLiteralChoice) {
+    // The whole search is one straight try, one look for the literal, or one look for
+    // the nearest of the literals (where the first of them in order to match is the match).
+    m_pRegBol = text;
+    ClearBounds(m_apStartp);
+    ClearBounds(m_apEndp);
+    const regexplan::Step& first = t->plan.steps[0];
+    const char* start = text;
+    const char* end = nullptr;
+    if (shape == regexplan::SearchPlan::kAnchoredSteps) {
+      end = t->plan.Run(text, text, m_apStartp, m_apEndp);
+    } else if (shape == regexplan::SearchPlan::kLiteralChoice) {
+      regexplan::EachLiteral(reinterpret_cast<const unsigned char*>(text), std::strlen(text), t->plan.lits,
+                             t->plan.choiceFilter, [&](std::size_t at) {
+                               start = text + at;
+                               end = t->plan.Run(text, start, m_apStartp, m_apEndp);
+                               return 1;
+                             });
+    } else {
+      const char* lit = reinterpret_cast<const char*>(first.text);
+      start = first.len == 1 ? std::strchr(text, lit[0]) : std::strstr(text, lit);
+      if (start) end = start + first.len;
+    }
+    if (!end) {
+      ClearBounds(m_apStartp);
+      ClearBounds(m_apEndp);
+      return -1;
+    }
+    m_apStartp[0] = start;
+    m_apEndp[0] = m_pRegInput = end;
+  } else if (SearchFrom(text) < 0) {
+    return -1;
+  }
   const std::size_t len = std::size_t(m_apEndp[0] - m_apStartp[0]);
   if (!m.spareFound || m.spareCapacity < len + 1) {
     const std::size_t capacity = std::max<std::size_t>(len + 1, 64);
@@ -1129,7 +1363,13 @@ int CRegExp::RegFind(const char* text) {
 }
 
 int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper) {
+  MatchState& m = *m_pMatch;
   if (m_bTempOwned) {
+    if (m_pTempText.use_count() == 1) {
+      // No copy shares the block: keep it for the next copy instead of freeing it.
+      m.spareTemp = std::move(m_pTempText);
+      m.spareTempCapacity = m.tempCapacity;
+    }
     m_pTempText.reset();
     m_bTempOwned = 0;
   }
@@ -1140,12 +1380,22 @@ int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper)
   if (end > last) end = last;
   if (end < start) return 0;
   const std::size_t n = std::size_t(end) - std::size_t(start) + 1;
-  char* copy = static_cast<char*>(std::malloc(n + 1));
-  if (!copy) AfxThrowMemoryException();
-  std::memcpy(copy, text + start, n);
+  if (!m.spareTemp || m.spareTempCapacity < n + 1) {
+    const std::size_t capacity = std::max<std::size_t>(n + 1, 256);
+    char* block = static_cast<char*>(std::malloc(capacity));
+    if (!block) AfxThrowMemoryException();
+    m.spareTemp = std::shared_ptr<char>(block, std::free);
+    m.spareTempCapacity = capacity;
+  }
+  char* copy = m.spareTemp.get();
+  if (upper) {
+    UpperCopy(copy, text + start, n);
+  } else {
+    std::memmove(copy, text + start, n);  // the text may lie in the block being reused
+  }
   copy[n] = '\0';
-  if (upper) CharUpperBuffA(copy, DWORD(n));
-  m_pTempText = std::shared_ptr<char>(copy, std::free);
+  m_pTempText = std::move(m.spareTemp);
+  m.tempCapacity = m.spareTempCapacity;
   m_bTempOwned = 1;
   return 1;
 }

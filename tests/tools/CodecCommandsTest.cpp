@@ -89,6 +89,10 @@ TEST(GrepCommand, PrintsMatchingLinesAsAsked) {
       {"several files are named", {"grep", "peak", a.string(), b.string()}, 0,
        a.string() + ":no peaks here\n" + a.string() + ":PEAK at 7 and peak at 9\n" + b.string() + ":peak 2\n"},
       {"no match", {"grep", "trough", a.string()}, 1, ""},
+      {"count", {"grep", "-c", "peak", a.string()}, 0, "2\n"},
+      {"count of each file", {"grep", "-c", "peak", a.string(), b.string()}, 0,
+       a.string() + ":2\n" + b.string() + ":1\n"},
+      {"count of none", {"grep", "-c", "trough", a.string()}, 1, "0\n"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -98,6 +102,11 @@ TEST(GrepCommand, PrintsMatchingLinesAsAsked) {
   }
   Result in = RunZev({"grep", "-o", "a.e"}, b.string());  // standard input
   EXPECT_EQ(in.out, "ase\n");
+  EXPECT_EQ(RunZev({"grep", "-c", "[0-9]"}, b.string()).out, "2\n");
+  // A last line without its newline is a line; a NUL ends what the search sees of a line.
+  const fs::path c = Scratch() / "c.txt";
+  WriteFile(c, std::string("peak\0x\nx\0peak\npeak", 18));
+  EXPECT_EQ(RunZev({"grep", "-c", "peak", c.string()}).out, "2\n");
 }
 
 TEST(GrepCommand, ReportsBadPatternsAndFiles) {

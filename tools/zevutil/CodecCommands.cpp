@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -52,56 +52,107 @@ struct GrepOptions {
   bool ignoreCase = false;
   bool onlyMatch = false;
   bool last = false;
+  bool count = false;
   std::string replacement;
   bool replace = false;
 };
 
-// Finds the match of one line; false when there is none. 'at' and 'len' give the match
-// in the line; 'replaced' the template's expansion when one is asked for.
-bool MatchLine(zev::CRegExp& re, const GrepOptions& o, const std::string& line, int& at, int& len,
+// Finds the match of one line (terminated at 'size'); false when there is none. 'at' and
+// 'len' give the match in the line; 'replaced' the template's expansion when one is asked for.
+bool MatchLine(zev::CRegExp& re, const GrepOptions& o, const char* line, std::size_t size, int& at, int& len,
                std::string& replaced) {
   const int upper = o.ignoreCase ? 1 : 0;
-  const int lastIndex = int(line.size()) - 1;
+  const int lastIndex = int(size) - 1;
   if (o.last)
-    at = re.ReverseRegFind(line.c_str(), 0, lastIndex, upper);
+    at = re.ReverseRegFind(line, 0, lastIndex, upper);
   else if (o.ignoreCase)
-    at = re.RegFind(line.c_str(), 0, lastIndex, upper);
+    at = re.RegFind(line, 0, lastIndex, upper);
   else
-    at = re.RegFind(line.c_str());
+    at = re.RegFind(line);
   if (at < 0) return false;
+  if (o.count) return true;
   const char *start = nullptr, *stop = nullptr;
   re.GetFindStartStop(start, stop);
   len = start && stop ? int(stop - start) : 0;
   if (o.replace) {
     // The template reads the text of the last forward search; after a reverse search,
     // search the match itself again so that its groups are there to read.
-    if (o.last) re.RegFind(line.c_str(), at, len > 0 ? at + len - 1 : lastIndex, upper);
+    if (o.last) re.RegFind(line, at, len > 0 ? at + len - 1 : lastIndex, upper);
     FreeString text(re.GetReplaceString(o.replacement.c_str()), &std::free);
     replaced = text ? text.get() : "";
   }
   return true;
 }
 
-void GrepStream(zev::CRegExp& re, const GrepOptions& o, std::istream& in, const std::string& prefix,
-                bool& any) {
-  std::string line;
-  while (std::getline(in, line)) {
-    int at = -1, len = 0;
-    std::string replaced;
-    if (!MatchLine(re, o, line, at, len, replaced)) continue;
-    any = true;
-    std::string shown;
-    if (o.onlyMatch)
-      shown = o.replace ? replaced : line.substr(size_t(at), size_t(len));
-    else if (o.replace)
-      shown = line.substr(0, size_t(at)) + replaced + line.substr(std::min(line.size(), size_t(at) + size_t(len)));
-    else
-      shown = line;
-    std::fwrite(prefix.data(), 1, prefix.size(), stdout);
-    std::fwrite(shown.data(), 1, shown.size(), stdout);
-    std::fputc('\n', stdout);
+// Searches one line and prints it as asked; counts it when it matches.
+void GrepLine(zev::CRegExp& re, const GrepOptions& o, const char* line, std::size_t size, const std::string& prefix,
+              long& matched) {
+  int at = -1, len = 0;
+  std::string replaced;
+  if (!MatchLine(re, o, line, size, at, len, replaced)) return;
+  ++matched;
+  if (o.count) return;
+  std::fwrite(prefix.data(), 1, prefix.size(), stdout);
+  if (o.onlyMatch && o.replace) {
+    std::fwrite(replaced.data(), 1, replaced.size(), stdout);
+  } else if (o.onlyMatch) {
+    const std::size_t from = std::min(size, std::size_t(at));
+    std::fwrite(line + from, 1, std::min(size - from, std::size_t(len)), stdout);
+  } else if (o.replace) {
+    const std::size_t after = std::min(size, std::size_t(at) + std::size_t(len));
+    std::fwrite(line, 1, std::min(size, std::size_t(at)), stdout);
+    std::fwrite(replaced.data(), 1, replaced.size(), stdout);
+    std::fwrite(line + after, 1, size - after, stdout);
+  } else {
+    std::fwrite(line, 1, size, stdout);
   }
+  std::fputc('\n', stdout);
+}
+
+void GrepStream(zev::CRegExp& re, const GrepOptions& o, std::istream& in, const std::string& prefix, long& matched) {
+  std::string line;
+  while (std::getline(in, line)) GrepLine(re, o, line.c_str(), line.size(), prefix, matched);
   if (in.bad()) throw CommandError("read error");
+}
+
+// The lines of a buffer that the search may write into: each is terminated in place for
+// the search, and the byte put back afterwards, so that no line is copied. Returns where
+// the unfinished last line begins (the end when there is none); with 'final' that line
+// is searched too.
+char* GrepBuffer(zev::CRegExp& re, const GrepOptions& o, char* p, char* end, bool final, const std::string& prefix,
+                 long& matched) {
+  while (p < end) {
+    char* nl = static_cast<char*>(std::memchr(p, '\n', std::size_t(end - p)));
+    if (!nl && !final) return p;
+    char* stop = nl ? nl : end;
+    const char kept = *stop;  // the byte after the data is the buffer's own
+    *stop = '\0';
+    GrepLine(re, o, p, std::size_t(stop - p), prefix, matched);
+    *stop = kept;
+    p = nl ? nl + 1 : end;
+  }
+  return end;
+}
+
+// Reads the file a block at a time, searching the whole lines of each block.
+void GrepFile(zev::CRegExp& re, const GrepOptions& o, const std::string& name, const std::string& prefix,
+              long& matched) {
+  std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(name.c_str(), "rb"), &std::fclose);
+  if (!file) throw CommandError("cannot read '" + name + "'");
+  std::vector<char> buffer(std::size_t(1) << 18);
+  std::size_t have = 0;  // bytes of an unfinished line kept at the front
+  for (;;) {
+    if (buffer.size() - have < 4096) buffer.resize(buffer.size() * 2);  // a very long line
+    const std::size_t got = std::fread(buffer.data() + have, 1, buffer.size() - 1 - have, file.get());
+    if (got == 0 && std::ferror(file.get())) throw CommandError("cannot read '" + name + "'");
+    const bool final = got == 0;
+    char* begin = buffer.data();
+    char* end = begin + have + got;
+    char* rest = GrepBuffer(re, o, begin, end, final, prefix, matched);
+    if (final) return;
+    have = std::size_t(end - rest);
+    std::memmove(begin, rest, have);
+  }
 }
 
 void RunGrep(const GrepOptions& o) {
@@ -112,12 +163,16 @@ void RunGrep(const GrepOptions& o) {
   bool any = false;
   const bool named = o.files.size() > 1;
   if (o.files.empty()) {
-    GrepStream(re, o, std::cin, "", any);
+    long matched = 0;
+    GrepStream(re, o, std::cin, "", matched);
+    if (o.count) std::printf("%ld\n", matched);
+    any = matched > 0;
   } else {
     for (const auto& name : o.files) {
-      std::string data = ReadWholeFile(name);
-      std::istringstream in(std::move(data));
-      GrepStream(re, o, in, named ? name + ":" : "", any);
+      long matched = 0;
+      GrepFile(re, o, name, named ? name + ":" : "", matched);
+      if (o.count) std::printf("%s%ld\n", named ? (name + ":").c_str() : "", matched);
+      any |= matched > 0;
     }
   }
   std::fflush(stdout);
@@ -149,6 +204,7 @@ void AddCodecCommands(CLI::App& app) {
                  "compile the pattern and search each line upper-cased (code page 1252); "
                  "replacement groups then come out upper-cased");
   grep->add_flag("-o,--only-matching", o->onlyMatch, "print only the matched text (or its replacement)");
+  grep->add_flag("-c,--count", o->count, "print only the number of matching lines (of each file)");
   grep->add_flag("-r,--last", o->last, "use the last match in each line, found by bisection from the end");
   grep->add_option("--replace", o->replacement,
                    "print the line with the match replaced by TEMPLATE: & is the match, \\1..\\9 a group, "

@@ -1,0 +1,103 @@
+// Byte-set scans for the regular expression engine: the first byte of a terminated text
+// that belongs to a set, or the terminator. A set that is a few ranges of byte values is
+// scanned sixteen bytes at a time with SSE2 on x86-64; any other set, and every set on
+// other machines, goes through its 256-entry table four bytes at a time.
+#pragma once
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace zev::regexscan {
+
+// A set of bytes 1..255 as a membership table, with its ranges when there are few.
+struct ByteSet {
+  static constexpr int kMaxRanges = 4;
+  unsigned char has[256] = {};  // has[0] is always 0
+  int members = 0;
+  int ranges = 0;  // number of ranges, or 0 when there are more than kMaxRanges
+  unsigned char lo[kMaxRanges] = {};
+  unsigned char span[kMaxRanges] = {};  // hi - lo
+
+  // Call after filling 'has' (entry 0 is ignored and cleared).
+  void Finish() {
+    has[0] = 0;
+    members = 0;
+    ranges = 0;
+    int count = 0;
+    for (int c = 1; c < 256; ++c) {
+      if (!has[c]) continue;
+      ++members;
+      if (c == 1 || !has[c - 1]) {
+        if (count < kMaxRanges) {
+          lo[count] = static_cast<unsigned char>(c);
+          span[count] = 0;
+        }
+        ++count;
+      } else if (count <= kMaxRanges) {
+        ++span[count - 1];
+      }
+    }
+    ranges = count <= kMaxRanges ? count : 0;
+  }
+};
+
+// Portable: the table, four bytes a step.
+inline const char* ScanTable(const char* s, const unsigned char* has) {
+  const auto* p = reinterpret_cast<const unsigned char*>(s);
+  for (;;) {
+    if (has[p[0]] || !p[0]) return reinterpret_cast<const char*>(p);
+    if (has[p[1]] || !p[1]) return reinterpret_cast<const char*>(p + 1);
+    if (has[p[2]] || !p[2]) return reinterpret_cast<const char*>(p + 2);
+    if (has[p[3]] || !p[3]) return reinterpret_cast<const char*>(p + 3);
+    p += 4;
+  }
+}
+
+#if defined(__SSE2__)
+// Reads whole aligned 16-byte blocks, which never cross a page, so the bytes after the
+// terminator that it may read are never outside mapped memory; the address sanitizer
+// would still count them as overreads, so this function is not instrumented.
+#if defined(__clang__) || defined(__GNUC__)
+__attribute__((no_sanitize_address, noinline))
+#endif
+inline const char* ScanRanges(const char* s, const ByteSet& set) {
+  __m128i lo[ByteSet::kMaxRanges], span[ByteSet::kMaxRanges];
+  const int n = set.ranges;
+  for (int i = 0; i < n; ++i) {
+    lo[i] = _mm_set1_epi8(static_cast<char>(set.lo[i]));
+    span[i] = _mm_set1_epi8(static_cast<char>(set.span[i]));
+  }
+  const __m128i zero = _mm_setzero_si128();
+  auto hits = [&](__m128i v) {
+    __m128i m = _mm_cmpeq_epi8(v, zero);
+    for (int i = 0; i < n; ++i) {
+      // v - lo <= span, unsigned: max(v - lo, span) == span
+      const __m128i d = _mm_sub_epi8(v, lo[i]);
+      m = _mm_or_si128(m, _mm_cmpeq_epi8(_mm_max_epu8(d, span[i]), span[i]));
+    }
+    return unsigned(_mm_movemask_epi8(m));
+  };
+  const auto addr = reinterpret_cast<std::uintptr_t>(s);
+  const char* block = reinterpret_cast<const char*>(addr & ~std::uintptr_t(15));
+  unsigned mask = hits(_mm_load_si128(reinterpret_cast<const __m128i*>(block))) & (~0u << (addr & 15));
+  while (!mask) {
+    block += 16;
+    mask = hits(_mm_load_si128(reinterpret_cast<const __m128i*>(block)));
+  }
+  return block + std::countr_zero(mask);
+}
+#endif
+
+// The first byte at or after 's' that is in the set, or the terminator.
+inline const char* Scan(const char* s, const ByteSet& set) {
+#if defined(__SSE2__)
+  if (set.ranges > 0) return ScanRanges(s, set);
+#endif
+  return ScanTable(s, set.has);
+}
+
+}  // namespace zev::regexscan
