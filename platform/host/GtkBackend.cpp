@@ -11,10 +11,13 @@
 
 #include <climits>
 #include <map>
+#include <mutex>
 #include <unordered_map>
 
 #include "platform/host/GtkBackendAccess.h"
 #include "platform/host/GtkPeers.h"
+
+#include <pango/pangocairo.h>
 
 namespace zev::gtkhost {
 namespace {
@@ -81,6 +84,8 @@ class GtkWindowBackend final : public wnd::WindowBackend {
  public:
   GtkWindowBackend() : m_thread(GetCurrentThreadId()) {
     InstallCompactStyle();
+    SIZE letters = MeasureText(nullptr, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", 0);
+    m_baseUnits = {(letters.cx / 26 + 1) / 2, letters.cy};
     static GSourceFuncs funcs = {WaitPrepare, WaitCheck, WaitDispatch, nullptr, nullptr, nullptr};
     m_source = g_source_new(&funcs, sizeof(GSource));
     g_source_set_priority(m_source, G_PRIORITY_DEFAULT);
@@ -120,6 +125,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void WindowDestroyed(HWND hwnd) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     auto it = m_peers.find(hwnd);
     if (it == m_peers.end()) return;
     Peer p = it->second;
@@ -136,6 +142,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void WindowMoved(HWND hwnd) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     Peer* p = Find(hwnd);
     if (!p) return;
     WindowView v;
@@ -176,6 +183,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void WindowEnabled(HWND hwnd, bool enabled) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     Peer* p = Find(hwnd);
     // A disabled top-level refuses input in the capture handler, without greying.
     if (!p || p->topLevel) return;
@@ -183,6 +191,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void WindowTextChanged(HWND hwnd) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     Peer* p = Find(hwnd);
     if (!p) return;
     WindowView v;
@@ -192,6 +201,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void WindowParentChanged(HWND hwnd) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     // Simplest faithful mirror: drop the widgets and make them again under the new parent.
     if (!Find(hwnd)) return;
     std::vector<HWND> subtree;
@@ -203,11 +213,13 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void WindowZOrderChanged(HWND hwnd) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     Peer* p = Find(hwnd);
     if (p && p->topLevel && gtk_widget_get_visible(p->outer)) gtk_window_present(GTK_WINDOW(p->outer));
   }
 
   void ControlChanged(HWND hwnd, StateChange what, int index) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     Peer* p = Find(hwnd);
     if (!p) return;
     // The widget that is telling the layer of a user's change is already up to date.
@@ -219,6 +231,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void FocusChanged(HWND newFocus) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     if (m_focusFromGtk) return;
     Peer* p = Find(newFocus);
     if (!p || p->topLevel || !p->control) return;
@@ -227,6 +240,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void ModalChanged(HWND dialog, HWND owner, bool modal) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     Peer* d = Find(dialog);
     Peer* o = Find(owner);
     if (!d || !d->topLevel) return;
@@ -234,10 +248,12 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void Invalidated(HWND hwnd) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     if (Peer* p = Find(hwnd)) gtk_widget_queue_draw(p->outer);
   }
 
   void UpdateNow(HWND hwnd) override {
+    if (!OnMyThread()) return;  // windows of other threads have no widgets
     Peer* p = Find(hwnd);
     if (!p) return;
     GdkWindow* gw = gtk_widget_get_window(p->outer);
@@ -255,8 +271,16 @@ class GtkWindowBackend final : public wnd::WindowBackend {
 
   // ---- asked ----
   SIZE MeasureText(HWND hwnd, const char* text, int wrapWidth) override {
-    GtkWidget* w = MeasuringWidget(hwnd);
-    PangoLayout* lay = gtk_widget_create_pango_layout(w, ToUtf8(text ? text : "").c_str());
+    std::string u = ToUtf8(text ? text : "");
+    PangoLayout* lay = nullptr;
+    if (OnMyThread()) {
+      lay = gtk_widget_create_pango_layout(MeasuringWidget(hwnd), u.c_str());
+    } else {
+      // GTK belongs to its own thread; another thread measures with a Pango context of its
+      // own, set up as the controls' style sets theirs.
+      lay = pango_layout_new(OffThreadContext());
+      pango_layout_set_text(lay, u.c_str(), -1);
+    }
     if (wrapWidth > 0) {
       pango_layout_set_width(lay, wrapWidth * PANGO_SCALE);
       pango_layout_set_wrap(lay, PANGO_WRAP_WORD_CHAR);
@@ -267,18 +291,11 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     return {cx, cy};
   }
 
-  SIZE DialogBaseUnits(const char* face, int pointSize) override {
-    GtkWidget* w = MeasuringWidget(nullptr);
-    PangoLayout* lay = gtk_widget_create_pango_layout(w, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+  SIZE DialogBaseUnits(const char*, int) override {
     // Templates name their own font, but every control draws with the dialog font, so the
-    // base units come from that font whatever the template says.
-    (void)face;
-    (void)pointSize;
-    int cx = 0, cy = 0;
-    pango_layout_get_pixel_size(lay, &cx, &cy);
-    g_object_unref(lay);
-    // The old platform's rule: the mean width of the 52 letters, rounded.
-    return {(cx / 26 + 1) / 2, cy};
+    // base units are that font's whatever the template says. The old platform's rule: the
+    // mean width of the 52 letters, rounded, and the line height.
+    return m_baseUnits;
   }
 
   // ---- waiting ----
@@ -313,10 +330,12 @@ class GtkWindowBackend final : public wnd::WindowBackend {
 
   // ---- raw input ----
   void ReinjectInput(std::uintptr_t token) override {
-    auto it = m_tokens.find(token);
-    if (it == m_tokens.end()) return;
-    GdkEvent* ev = it->second;
-    m_tokens.erase(it);
+    GdkEvent* ev = TakeToken(token);
+    if (!ev) return;
+    if (!OnMyThread()) {
+      gdk_event_free(ev);
+      return;
+    }
     bool saved = t_reinjecting;
     t_reinjecting = true;
     gtk_main_do_event(ev);
@@ -325,10 +344,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   void DropInput(std::uintptr_t token) override {
-    auto it = m_tokens.find(token);
-    if (it == m_tokens.end()) return;
-    gdk_event_free(it->second);
-    m_tokens.erase(it);
+    if (GdkEvent* ev = TakeToken(token)) gdk_event_free(ev);
   }
 
   // ---- for tests ----
@@ -357,6 +373,23 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     bool saved;
   };
 
+  // The native event a queued key message names; each token is taken once.
+  GdkEvent* TakeToken(std::uintptr_t token) {
+    std::lock_guard<std::mutex> g(m_tokenLock);
+    auto it = m_tokens.find(token);
+    if (it == m_tokens.end()) return nullptr;
+    GdkEvent* ev = it->second;
+    m_tokens.erase(it);
+    return ev;
+  }
+
+  std::uintptr_t AddToken(GdkEvent* ev) {
+    std::lock_guard<std::mutex> g(m_tokenLock);
+    std::uintptr_t token = ++m_nextToken;
+    m_tokens[token] = ev;
+    return token;
+  }
+
   bool OnMyThread() const { return GetCurrentThreadId() == m_thread; }
 
   Peer* Find(HWND hwnd) {
@@ -384,6 +417,18 @@ class GtkWindowBackend final : public wnd::WindowBackend {
       }
     }
     return ToPeerRect(v.rect, dx, dy);
+  }
+
+  static PangoContext* OffThreadContext() {
+    static thread_local PangoContext* ctx = [] {
+      PangoContext* c = pango_font_map_create_context(pango_cairo_font_map_get_default());
+      pango_cairo_context_set_resolution(c, 96.0);
+      PangoFontDescription* fd = pango_font_description_from_string(DialogFontName());
+      pango_context_set_font_description(c, fd);
+      pango_font_description_free(fd);
+      return c;
+    }();
+    return ctx;
   }
 
   GtkWidget* MeasuringWidget(HWND hwnd) {
@@ -500,8 +545,9 @@ class GtkWindowBackend final : public wnd::WindowBackend {
       case ControlKind::Edit: {
         if (s & ES_MULTILINE) {
           GtkWidget* sw = gtk_scrolled_window_new(nullptr, nullptr);
-          gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(sw), (s & WS_HSCROLL) ? GTK_POLICY_AUTOMATIC : GTK_POLICY_NEVER,
-                                         (s & WS_VSCROLL) ? GTK_POLICY_AUTOMATIC : GTK_POLICY_NEVER);
+          // Without a scroll bar the content is clipped to the rectangle, never widening it.
+          gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(sw), (s & WS_HSCROLL) ? GTK_POLICY_AUTOMATIC : GTK_POLICY_EXTERNAL,
+                                         (s & WS_VSCROLL) ? GTK_POLICY_AUTOMATIC : GTK_POLICY_EXTERNAL);
           gtk_scrolled_window_set_shadow_type(GTK_SCROLLED_WINDOW(sw),
                                               (s & WS_BORDER) || (v.exStyle & WS_EX_CLIENTEDGE) ? GTK_SHADOW_IN : GTK_SHADOW_NONE);
           GtkWidget* tv = gtk_text_view_new();
@@ -550,7 +596,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
       }
       case ControlKind::ListBox: {
         GtkWidget* sw = gtk_scrolled_window_new(nullptr, nullptr);
-        gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(sw), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+        gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(sw), GTK_POLICY_EXTERNAL, GTK_POLICY_AUTOMATIC);
         gtk_scrolled_window_set_shadow_type(GTK_SCROLLED_WINDOW(sw), GTK_SHADOW_IN);
         p.store = gtk_list_store_new(1, G_TYPE_STRING);
         GtkWidget* tv = gtk_tree_view_new_with_model(GTK_TREE_MODEL(p.store));
@@ -866,8 +912,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
       if (u > 0 && u < 256 && !(ev->state & GDK_CONTROL_MASK)) ch = u;
       else if (vk == VK_RETURN || vk == VK_ESCAPE || vk == VK_BACK || vk == VK_TAB) ch = UINT(vk);
     }
-    std::uintptr_t token = ++b->m_nextToken;
-    b->m_tokens[token] = gdk_event_copy(reinterpret_cast<GdkEvent*>(ev));
+    std::uintptr_t token = b->AddToken(gdk_event_copy(reinterpret_cast<GdkEvent*>(ev)));
     if (!wnd::InputKey(target, msg, vk, data, ch, token)) b->DropInput(token);
     return TRUE;  // the first pass: into the layer's queue
   }
@@ -1049,9 +1094,11 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   DWORD m_thread;
   GSource* m_source = nullptr;
   std::unordered_map<HWND, Peer> m_peers;
+  std::mutex m_tokenLock;
   std::map<std::uintptr_t, GdkEvent*> m_tokens;
   std::uintptr_t m_nextToken = 0;
   GtkWidget* m_measure = nullptr;
+  SIZE m_baseUnits{7, 14};
   bool m_waiting = false;
   ULONGLONG m_deadline = wnd::kNoDeadline;
   bool m_syncing = false;       // the backend is writing to widgets: their signals are ours

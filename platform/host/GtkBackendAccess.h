@@ -1,9 +1,10 @@
 // What the real-window tests may ask of the GTK backend: the widgets that mirror a window.
 #pragma once
 
-#include <gtk/gtk.h>
-
+// The layer's types first: GLib's TRUE and FALSE macros would spoil their declarations.
 #include "zevutil/platform/Types.h"
+
+#include <gtk/gtk.h>
 
 namespace zev::gtkhost {
 
