@@ -32,9 +32,6 @@ void NotifyWm(Wnd* w, UINT code) {
 
 }  // namespace
 
-// Weak: the GTK backend's definition takes its place when it is built.
-__attribute__((weak)) WindowBackend* CreateHostWindowBackend() { return nullptr; }
-
 WindowBackend& Backend() {
   WindowBackend* b = g_backend.load(std::memory_order_acquire);
   if (b) return *b;

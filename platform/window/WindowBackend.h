@@ -5,6 +5,8 @@
 //   backend of a change the layer has already made to its records; the backend reads what it
 //   needs through the read functions below (never through SendMessage, so that subclasses and
 //   hooks see no traffic of the backend's own). Down calls come on the window's own thread.
+//   The layer reports every change to its records, whatever caused it, so a change that came
+//   up from the backend comes back down too: a backend ignores one its widget already shows.
 // - The backend feeds user input "up" through the Input* functions, on the window's thread:
 //   * Notifications are sent at once, as a control procedure sends them: InputClick on a
 //     button gives the check logic and WM_COMMAND/BN_CLICKED to the parent; InputText updates
@@ -16,7 +18,10 @@
 //     when it reaches the default procedure of a standard control unchanged, the layer calls
 //     ReinjectInput(token) and the backend hands the native event to its widget. A message that
 //     was spoilt or handled never gets there: the layer calls DropInput(token) instead, once
-//     the message is done with. Each token gets exactly one of the two calls.
+//     the message is done with. Each token gets exactly one of the two calls. WM_KEYUP and the
+//     WM_SYSKEY* messages carry tokens the same way. The layer never inserts the character of a
+//     tokened key itself (nor of the WM_CHAR that TranslateMessage makes from it): the widget
+//     does, on reinjection, and reports the new text through InputText.
 //   * Every Input* function refuses (returns FALSE, does nothing) when the window is dead,
 //     disabled, or has a disabled ancestor (a disabled owner of a modal dialog refuses input
 //     without greying: the backend should not grey top-level windows).
@@ -154,8 +159,8 @@ WindowBackend& Backend();
 // Installs a backend for the process (null: the null backend); returns the previous one.
 // Install before any window exists.
 WindowBackend* SetBackend(WindowBackend* backend);
-// The host's backend (GTK when a display opens), or null. The GTK backend defines it; the
-// layer's own definition is weak and answers null, for builds without GTK.
+// The host's backend (GTK when a display opens), or null. Defined in platform/host: by the GTK
+// backend, or by its stand-in (answering null) in builds without GTK.
 WindowBackend* CreateHostWindowBackend();
 
 // ---- reading the layer (no messages are sent) ----
