@@ -87,6 +87,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     SIZE letters = MeasureText(nullptr, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", 0);
     m_baseUnits = {(letters.cx / 26 + 1) / 2, letters.cy};
     static GSourceFuncs funcs = {WaitPrepare, WaitCheck, WaitDispatch, nullptr, nullptr, nullptr};
+    gdk_event_handler_set(OnAnyEvent, nullptr, nullptr);
     m_source = g_source_new(&funcs, sizeof(GSource));
     g_source_set_priority(m_source, G_PRIORITY_DEFAULT);
     g_source_attach(m_source, nullptr);
@@ -133,6 +134,11 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     if (p.outer) {
       TagWidget(p.outer, nullptr);
       if (p.control) TagWidget(p.control, nullptr);
+      if (GTK_IS_NOTEBOOK(p.outer)) {
+        Guard g(m_syncing);
+        while (gtk_notebook_get_n_pages(GTK_NOTEBOOK(p.outer)) > 0) gtk_notebook_remove_page(GTK_NOTEBOOK(p.outer), -1);
+      }
+      if (!p.topLevel) ForgetFocusAndDefault(p.outer);
       gtk_widget_destroy(p.outer);
     }
     if (p.radioSink) {
@@ -390,6 +396,18 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     return token;
   }
 
+  // GTK clears a window's focus and default widgets when they go, but not while the window
+  // is hidden (a dialog hides before it is destroyed): it would keep dangling pointers.
+  void ForgetFocusAndDefault(GtkWidget* w) {
+    GtkWidget* top = gtk_widget_get_toplevel(w);
+    if (!GTK_IS_WINDOW(top) || top == w) return;
+    Guard g(m_syncing);
+    GtkWidget* focus = gtk_window_get_focus(GTK_WINDOW(top));
+    if (focus && (focus == w || gtk_widget_is_ancestor(focus, w))) gtk_window_set_focus(GTK_WINDOW(top), nullptr);
+    GtkWidget* def = gtk_window_get_default_widget(GTK_WINDOW(top));
+    if (def && (def == w || gtk_widget_is_ancestor(def, w))) gtk_window_set_default(GTK_WINDOW(top), nullptr);
+  }
+
   bool OnMyThread() const { return GetCurrentThreadId() == m_thread; }
 
   Peer* Find(HWND hwnd) {
@@ -503,7 +521,6 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     gtk_container_add(GTK_CONTAINER(win), box);
     g_signal_connect(win, "key-press-event", G_CALLBACK(OnKey), this);
     g_signal_connect(win, "key-release-event", G_CALLBACK(OnKey), this);
-    g_signal_connect(win, "captured-event", G_CALLBACK(OnCaptured), this);
     g_signal_connect(win, "delete-event", G_CALLBACK(OnDelete), this);
     g_signal_connect_after(win, "set-focus", G_CALLBACK(OnSetFocus), this);
     p.outer = win;
@@ -917,7 +934,10 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     return TRUE;  // the first pass: into the layer's queue
   }
 
-  static gboolean OnCaptured(GtkWidget* win, GdkEvent* ev, gpointer) {
+  // Every native event passes here before GTK has it. Pointer input to a top-level that
+  // is disabled (the owner of a modal dialog) is dropped, so nothing in it reacts, yet
+  // nothing is greyed.
+  static void OnAnyEvent(GdkEvent* ev, gpointer) {
     switch (ev->type) {
       case GDK_BUTTON_PRESS:
       case GDK_2BUTTON_PRESS:
@@ -926,14 +946,20 @@ class GtkWindowBackend final : public wnd::WindowBackend {
       case GDK_SCROLL:
       case GDK_TOUCH_BEGIN:
       case GDK_TOUCH_UPDATE:
-      case GDK_TOUCH_END: {
-        HWND top = TagOf(win);
-        // A top-level that is disabled (the owner of a modal dialog) takes no pointer input.
-        return top && !wnd::InputAllowed(top);
-      }
+      case GDK_TOUCH_END:
+        if (HWND top = TopLevelOf(ev->any.window); top && !wnd::InputAllowed(top)) return;
+        break;
       default:
-        return FALSE;
+        break;
     }
+    gtk_main_do_event(ev);
+  }
+
+  static HWND TopLevelOf(GdkWindow* gw) {
+    if (!gw) return nullptr;
+    gpointer user = nullptr;
+    gdk_window_get_user_data(gdk_window_get_toplevel(gw), &user);
+    return user && GTK_IS_WIDGET(user) ? TagOf(GTK_WIDGET(user)) : nullptr;
   }
 
   static gboolean OnDelete(GtkWidget* win, GdkEvent*, gpointer) {

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -68,6 +69,8 @@ void XvfbEnvironment::SetUp() {
   ::fcntl(fds[0], F_SETFD, FD_CLOEXEC);
   pid_t pid = ::fork();
   if (pid == 0) {
+    // The server goes with the test binary, even when that crashes or is killed.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     ::close(fds[0]);
     int devnull = ::open("/dev/null", O_RDWR);
     if (devnull >= 0) {
