@@ -31,13 +31,16 @@ bool Matches(const MSG& m, ThreadState& ts, HWND filter, UINT lo, UINT hi) {
 
 int ChainIndex(int type) { return type == WH_GETMESSAGE ? 0 : type == WH_MSGFILTER ? 1 : -1; }
 
-LRESULT CallFrom(ThreadState& ts, std::vector<HookRec*>& chain, std::size_t from, int code, WPARAM w, LPARAM l) {
+LRESULT CallFrom(ThreadState& ts, int chainIndex, std::size_t from, int code, WPARAM w, LPARAM l) {
   // 'from' counts down: the newest hook sits at the back.
+  std::vector<HookRec*>& chain = ts.hooks[chainIndex];
   for (std::size_t i = from; i-- > 0;) {
     HookRec* h = chain[i];
     if (h->removed) continue;
     ++ts.hookDepth;
+    ts.hookCalls.emplace_back(chainIndex, i);
     LRESULT r = h->proc(code, w, l);
+    ts.hookCalls.pop_back();
     --ts.hookDepth;
     return r;
   }
@@ -55,9 +58,9 @@ void CompactHooks(ThreadState& ts) {
 }
 
 LRESULT RunHooks(ThreadState& ts, int type, int code, WPARAM w, LPARAM l) {
-  auto& chain = ts.hooks[ChainIndex(type)];
-  if (chain.empty()) return 0;
-  LRESULT r = CallFrom(ts, chain, chain.size(), code, w, l);
+  const int idx = ChainIndex(type);
+  if (ts.hooks[idx].empty()) return 0;
+  LRESULT r = CallFrom(ts, idx, ts.hooks[idx].size(), code, w, l);
   CompactHooks(ts);
   return r;
 }
@@ -459,9 +462,15 @@ BOOL UnhookWindowsHookEx(HHOOK hook) {
 
 LRESULT CallNextHookEx(HHOOK hook, int code, WPARAM wParam, LPARAM lParam) {
   ThreadState& ts = Thread();
-  for (auto& chain : ts.hooks) {
+  for (int c = 0; c < 2; ++c) {
+    auto& chain = ts.hooks[c];
     auto it = std::find(chain.begin(), chain.end(), static_cast<HookRec*>(hook));
-    if (it != chain.end()) return CallFrom(ts, chain, std::size_t(it - chain.begin()), code, wParam, lParam);
+    if (it != chain.end()) return CallFrom(ts, c, std::size_t(it - chain.begin()), code, wParam, lParam);
+  }
+  // A hook that passes no handle of its own (or a stale one) goes on from where it runs.
+  if (!ts.hookCalls.empty()) {
+    auto [c, i] = ts.hookCalls.back();
+    return CallFrom(ts, c, i, code, wParam, lParam);
   }
   return 0;
 }

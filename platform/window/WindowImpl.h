@@ -172,6 +172,7 @@ struct ThreadState {
   std::vector<HookRec*> hooks[2];  // [0] WH_GETMESSAGE, [1] WH_MSGFILTER; the newest last
   int hookDepth = 0;
   bool hooksDirty = false;
+  std::vector<std::pair<int, std::size_t>> hookCalls;  // (chain, index) of each hook running
   HWND focus = nullptr;
   HWND active = nullptr;
   HWND capture = nullptr;
