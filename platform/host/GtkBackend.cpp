@@ -155,7 +155,9 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     if (!wnd::GetWindowView(hwnd, &v)) return;
     if (p->topLevel) {
       SetPeerRect(p->box, {0, 0, v.clientRect.right - v.clientRect.left, v.clientRect.bottom - v.clientRect.top});
-      gtk_window_move(GTK_WINDOW(p->outer), v.clientRect.left, v.clientRect.top);
+      // A move the window manager made is only being recorded: placing the window again
+      // would make it walk by the size of its frame.
+      if (!m_syncing) gtk_window_move(GTK_WINDOW(p->outer), v.clientRect.left, v.clientRect.top);
       gtk_window_resize(GTK_WINDOW(p->outer), std::max(1, int(v.clientRect.right - v.clientRect.left)),
                         std::max(1, int(v.clientRect.bottom - v.clientRect.top)));
     } else {
@@ -523,6 +525,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     g_signal_connect(win, "key-release-event", G_CALLBACK(OnKey), this);
     g_signal_connect(win, "delete-event", G_CALLBACK(OnDelete), this);
     g_signal_connect_after(win, "set-focus", G_CALLBACK(OnSetFocus), this);
+    g_signal_connect(win, "configure-event", G_CALLBACK(OnConfigure), this);
     p.outer = win;
     p.box = box;
   }
@@ -965,6 +968,29 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   static gboolean OnDelete(GtkWidget* win, GdkEvent*, gpointer) {
     if (HWND top = TagOf(win)) wnd::InputClose(top);
     return TRUE;  // the layer decides whether the window goes
+  }
+
+  // A window manager that moves a top-level tells the layer, so that its rectangles (and
+  // ClientToScreen) stay true. Where it was put by the layer itself nothing changes.
+  static gboolean OnConfigure(GtkWidget* win, GdkEventConfigure*, gpointer self) {
+    auto* b = static_cast<GtkWindowBackend*>(self);
+    HWND top = TagOf(win);
+    WindowView v;
+    if (b->m_syncing || !top || !gtk_widget_get_mapped(win) || !wnd::GetWindowView(top, &v)) return FALSE;
+    GtkWidget* box = gtk_bin_get_child(GTK_BIN(win));
+    GdkWindow* gw = gtk_widget_get_window(win);
+    if (!box || !gw) return FALSE;
+    int x = 0, y = 0;
+    gdk_window_get_origin(gw, &x, &y);
+    GtkAllocation a;
+    gtk_widget_get_allocation(box, &a);
+    int dx = x + a.x - v.clientRect.left, dy = y + a.y - v.clientRect.top;
+    if (dx == 0 && dy == 0) return FALSE;
+    RECT r = v.rect;
+    r.left += dx, r.right += dx, r.top += dy, r.bottom += dy;
+    Guard g(b->m_syncing);
+    wnd::InputMoved(top, r);
+    return FALSE;
   }
 
   static void OnSetFocus(GtkWindow*, GtkWidget* focus, gpointer self) {
