@@ -208,6 +208,61 @@ TEST_F(GtkWindows, EveryControlGetsExactlyItsRectangleAndItsContentFits) {
   EXPECT_TRUE(zevtest::Screenshot(PeerWidget(dlg), "controls.png"));
 }
 
+TEST_F(GtkWindows, LayerCallsShowInTheWidgets) {
+  HWND dlg = MakeMain();
+  ASSERT_TRUE(dlg);
+  HWND list = GetDlgItem(dlg, kIdList);
+  for (const char* s : {"a", "b", "c"}) SendMessageA(list, LB_ADDSTRING, 0, LPARAM(s));
+  Settle(dlg, 50);
+  auto item = [&](WORD id) { return GetDlgItem(dlg, id); };
+  struct Case {
+    const char* what;
+    std::function<void()> act;
+    std::function<bool()> shown;
+  };
+  const Case cases[] = {
+      {"disabled control is greyed", [&] { EnableWindow(item(kIdCheck), FALSE); },
+       [&] { return !gtk_widget_get_sensitive(PeerWidget(item(kIdCheck))); }},
+      {"hidden control", [&] { ShowWindow(item(kIdLabel), SW_HIDE); },
+       [&] { return !gtk_widget_get_visible(PeerWidget(item(kIdLabel))); }},
+      {"caption with a mnemonic", [&] { SetWindowTextA(item(kIdApply), "&Run && stop"); },
+       [&] { return std::string(gtk_button_get_label(GTK_BUTTON(PeerControl(item(kIdApply))))) == "_Run & stop"; }},
+      {"moved control", [&] { MoveWindow(item(kIdEdit), 10, 100, 80, 20, TRUE); },
+       [&] {
+         GtkAllocation a;
+         gtk_widget_get_allocation(PeerWidget(item(kIdEdit)), &a);
+         return a.x == 10 && a.y == 100 && a.width == 80 && a.height == 20;
+       }},
+      {"checked box", [&] { CheckDlgButton(dlg, kIdCheck, BST_CHECKED); },
+       [&] { return gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(PeerControl(item(kIdCheck)))) != 0; }},
+      {"list selection", [&] { SendMessageA(list, LB_SETCURSEL, 2, 0); },
+       [&] {
+         GtkTreeModel* m = nullptr;
+         GtkTreeIter it;
+         GtkTreeSelection* sel = gtk_tree_view_get_selection(GTK_TREE_VIEW(PeerControl(list)));
+         if (!gtk_tree_selection_get_selected(sel, &m, &it)) return false;
+         GtkTreePath* path = gtk_tree_model_get_path(m, &it);
+         int row = gtk_tree_path_get_indices(path)[0];
+         gtk_tree_path_free(path);
+         return row == 2;
+       }},
+      {"list item deleted", [&] { SendMessageA(list, LB_DELETESTRING, 0, 0); },
+       [&] { return gtk_tree_model_iter_n_children(gtk_tree_view_get_model(GTK_TREE_VIEW(PeerControl(list))), nullptr) == 2; }},
+      {"full progress", [&] { SendDlgItemMessageA(dlg, kIdProgress, PBM_SETPOS, 100, 0); },
+       [&] { return gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(PeerControl(item(kIdProgress)))) == 1.0; }},
+      {"window title", [&] { SetWindowTextA(dlg, "Renamed"); },
+       [&] { return std::string(gtk_window_get_title(GTK_WINDOW(PeerWidget(dlg)))) == "Renamed"; }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    c.act();
+    EXPECT_TRUE(RunUntil(c.shown, 1000, dlg));
+  }
+  // Nothing the layer did came back as a notification of a user's change.
+  EXPECT_EQ(m_seen.Count(kIdList, LBN_SELCHANGE), 0);
+  EXPECT_EQ(m_seen.Count(kIdCheck, BN_CLICKED), 0);
+}
+
 TEST_F(GtkWindows, ClicksArriveAsButtonNotificationsAndTheLayerOwnsRadioGroups) {
   HWND dlg = MakeMain();
   ASSERT_TRUE(dlg);
