@@ -50,9 +50,9 @@ LRESULT CallFrom(ThreadState& ts, int chainIndex, std::size_t from, int code, WP
 void CompactHooks(ThreadState& ts) {
   if (ts.hookDepth > 0 || !ts.hooksDirty) return;
   for (auto& chain : ts.hooks) {
-    for (HookRec* h : chain)
-      if (h->removed) delete h;
-    chain.erase(std::remove_if(chain.begin(), chain.end(), [](HookRec* h) { return h->removed; }), chain.end());
+    auto gone = std::stable_partition(chain.begin(), chain.end(), [](HookRec* h) { return !h->removed; });
+    for (auto it = gone; it != chain.end(); ++it) delete *it;
+    chain.erase(gone, chain.end());
   }
   ts.hooksDirty = false;
 }
