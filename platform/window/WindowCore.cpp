@@ -66,10 +66,22 @@ DWORD NewHandleLocked(Registry& r) {
   }
 }
 
+// The main thread's state outlives its thread-local holder: objects destroyed at exit
+// (hooks, windows of static objects) still reach it. It stays reachable from here.
+ThreadState* g_mainState = nullptr;
+// States made after a thread's holder is gone (a thread-local destructor running late).
+std::vector<ThreadState*>* g_lateStates = nullptr;
+
 thread_local ThreadState* t_state = nullptr;
+thread_local bool t_holderGone = false;
 struct ThreadHolder {
   std::unique_ptr<ThreadState> state;
   ~ThreadHolder() {
+    t_holderGone = true;
+    if (state && state->tid == GetCurrentProcessId()) {
+      g_mainState = state.release();
+      return;
+    }
     t_state = nullptr;
     state.reset();
   }
@@ -190,8 +202,16 @@ ThreadState::~ThreadState() {
 
 ThreadState& Thread() {
   if (!t_state) {
-    t_holder.state = std::make_unique<ThreadState>();
-    t_state = t_holder.state.get();
+    if (t_holderGone) {
+      auto* late = new ThreadState;  // kept: the thread is ending and nothing would free it
+      std::lock_guard<std::mutex> g(Reg().m);
+      if (!g_lateStates) g_lateStates = new std::vector<ThreadState*>;
+      g_lateStates->push_back(late);
+      t_state = late;
+    } else {
+      t_holder.state = std::make_unique<ThreadState>();
+      t_state = t_holder.state.get();
+    }
   }
   return *t_state;
 }
