@@ -3,6 +3,7 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,12 @@ inline std::vector<Seen>& Log() {
   return log;
 }
 inline LRESULT RecorderProc(HWND hwnd, UINT msg, WPARAM w, LPARAM l) {
-  Log().push_back({hwnd, msg, w, l});
+  {
+    // Windows of worker threads record too.
+    static std::mutex mutex;
+    std::lock_guard<std::mutex> lock(mutex);
+    Log().push_back({hwnd, msg, w, l});
+  }
   if (msg >= WM_USER && msg < 0xC000) return 1000 + LRESULT(msg - WM_USER);
   return DefWindowProcA(hwnd, msg, w, l);
 }

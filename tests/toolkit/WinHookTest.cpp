@@ -329,6 +329,39 @@ TEST_F(WinHookTest, AQueueClientThatAnswersSpoilsTheMessageForEverybodyAfterIt) 
   EXPECT_EQ(CountSeen(hwnd, WM_USER + 7, 2), 1);
 }
 
+TEST_F(WinHookTest, EachThreadHasItsOwnQueueClients) {
+  // Each worker's client spoils every message of its own thread and sees no other's.
+  struct Spoiler : GetMsgHook {
+    BOOL OnMessage(MSG& msg) override {
+      if (msg.message == WM_USER + 7) ++seen;
+      return msg.message == WM_USER + 7;
+    }
+    int seen = 0;
+  };
+  int seen[2] = {}, reached[2] = {};
+  auto work = [&](int k) {
+    HWND hwnd = MakeTop();
+    {
+      Spoiler client;
+      for (int i = 0; i < 50; ++i) PostMessageA(hwnd, WM_USER + 7, WPARAM(k), 0);
+      PumpPending();
+      seen[k] = client.seen;
+    }
+    PostMessageA(hwnd, WM_USER + 7, WPARAM(k), 0);
+    PumpPending();
+    DestroyWindow(hwnd);
+  };
+  std::thread a(work, 0), b(work, 1);
+  a.join();
+  b.join();
+  for (const Seen& s : Log())
+    if (s.message == WM_USER + 7) ++reached[s.wParam];
+  EXPECT_EQ(seen[0], 50);
+  EXPECT_EQ(seen[1], 50);
+  EXPECT_EQ(reached[0], 1) << "only the message after the client went";
+  EXPECT_EQ(reached[1], 1);
+}
+
 // ---- window groups ----
 
 TEST_F(WinHookTest, WindowArraySetArrayAndValidate) {
