@@ -112,6 +112,8 @@ BOOL CIdleHookRoot::FindHook(CIdleHook* hook, UINT& index) const {
 void CIdleHookRoot::OnTick() {
   // By index: a hook that links or unlinks hooks from its tick must not break the walk.
   for (std::size_t i = 0; i < m_Hooks.size(); ++i) m_Hooks[i]->OnIdleTick();
+  // Idle time is when temporary window objects go, as callers of FromHandle expect.
+  CWnd::DeleteTempMap();
 }
 
 void CIdleHookRoot::OnTimer(UINT_PTR) { OnTick(); }

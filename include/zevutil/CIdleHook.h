@@ -60,7 +60,7 @@ class CIdleHookRoot : public CWnd {
   void UnlinkHook(CIdleHook& hook);
   // 1 with the hook's index, or 0.
   BOOL FindHook(CIdleHook* hook, UINT& index) const;
-  // Ticks every linked hook, in order of linking.
+  // Ticks every linked hook, in order of linking, then frees the thread's temporary window objects.
   void OnTick();
 
   BOOL IsTimerRunning() const { return m_bTimerRunning; }

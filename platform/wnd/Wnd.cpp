@@ -1,6 +1,8 @@
 // The window object, the command target and the command-update route over the window layer.
 #include "zevutil/platform/Wnd.h"
 
+#include "zevutil/platform/Host.h"
+
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -9,12 +11,14 @@ namespace zev {
 
 namespace {
 
-// Handles are unique in the process, so one map serves every thread. The maps are never
-// destroyed: window objects that live in static storage may be destroyed after them.
+// Handles are unique in the process, so one map of permanent objects serves every thread;
+// temporary objects belong to the thread that asked for them. The maps are never destroyed:
+// window objects that live in static storage may be destroyed after them.
+using TempMap = std::unordered_map<HWND, std::unique_ptr<CWnd>>;
 struct HandleMaps {
   std::mutex mutex;
   std::unordered_map<HWND, CWnd*> permanent;
-  std::unordered_map<HWND, std::unique_ptr<CWnd>> temporary;
+  std::unordered_map<DWORD, TempMap> temporary;  // by thread id
 };
 HandleMaps& Maps() {
   static HandleMaps* maps = new HandleMaps;
@@ -115,7 +119,7 @@ CWnd* CWnd::FromHandle(HWND hwnd) {
   std::lock_guard<std::mutex> lock(Maps().mutex);
   auto it = Maps().permanent.find(hwnd);
   if (it != Maps().permanent.end()) return it->second;
-  auto& temp = Maps().temporary[hwnd];
+  auto& temp = Maps().temporary[GetCurrentThreadId()][hwnd];
   if (!temp) {
     temp = std::make_unique<CWnd>(hwnd);
     temp->m_bTemporary = true;
@@ -124,10 +128,13 @@ CWnd* CWnd::FromHandle(HWND hwnd) {
 }
 
 void CWnd::DeleteTempMap() {
-  std::unordered_map<HWND, std::unique_ptr<CWnd>> doomed;
+  TempMap doomed;
   {
     std::lock_guard<std::mutex> lock(Maps().mutex);
-    doomed.swap(Maps().temporary);
+    auto it = Maps().temporary.find(GetCurrentThreadId());
+    if (it == Maps().temporary.end()) return;
+    doomed.swap(it->second);
+    Maps().temporary.erase(it);
   }
 }
 

@@ -50,8 +50,9 @@ class CWnd : public CCmdTarget {
 
   HWND GetSafeHwnd() const { return m_hWnd; }
   operator HWND() const { return m_hWnd; }
-  // The object of a window: the one that made or wraps it, otherwise a temporary object
-  // kept for the thread (DeleteTempMap frees them). Null for a null handle.
+  // The object of a window: the one that made or wraps it, otherwise a temporary object of
+  // the calling thread, valid until the thread's next idle tick (or DeleteTempMap, which
+  // frees the thread's temporary objects). Null for a null handle.
   static CWnd* FromHandle(HWND hwnd);
   // The object that made or wraps the window, or null.
   static CWnd* FromHandlePermanent(HWND hwnd);
