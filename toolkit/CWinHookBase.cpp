@@ -123,9 +123,23 @@ void DestroyHookTable(void* table) {
   delete t;
 }
 
-// Built with the library's global objects, before the load hook makes the table.
+// Built with the library's global objects, before the load hook makes the table. In a
+// static link the load hook may run first; the loading thread (which builds the globals)
+// then gets its table here, and loses it when this object goes.
 struct HookTableRegistration {
-  HookTableRegistration() { SetWindowHookTableFactory(&CreateHookTable, &DestroyHookTable); }
+  HookTableRegistration() {
+    SetWindowHookTableFactory(&CreateHookTable, &DestroyHookTable);
+    if (g_dwWindowHookTlsIndex != TLS_OUT_OF_INDEXES && !TlsGetValue(g_dwWindowHookTlsIndex)) {
+      lateTable = CreateHookTable();
+      TlsSetValue(g_dwWindowHookTlsIndex, lateTable);
+    }
+  }
+  ~HookTableRegistration() {
+    if (!lateTable) return;
+    if (TlsGetValue(g_dwWindowHookTlsIndex) == lateTable) TlsSetValue(g_dwWindowHookTlsIndex, nullptr);
+    DestroyHookTable(lateTable);
+  }
+  void* lateTable = nullptr;
 } g_hookTableRegistration;
 
 BOOL AddEntry(HWND hwnd, int kind, UINT message, CWinHookBase* owner, WINHOOKPROC handler) {
