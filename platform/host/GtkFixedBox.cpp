@@ -40,6 +40,7 @@ void Allocate(GtkWidget* w, GtkAllocation* a) {
   gtk_widget_set_allocation(w, a);
   if (gtk_widget_get_has_window(w) && gtk_widget_get_realized(w))
     gdk_window_move_resize(gtk_widget_get_window(w), a->x, a->y, a->width, a->height);
+  bool moved = false;
   GList* kids = gtk_container_get_children(GTK_CONTAINER(w));
   for (GList* k = kids; k; k = k->next) {
     GtkWidget* c = GTK_WIDGET(k->data);
@@ -54,9 +55,15 @@ void Allocate(GtkWidget* w, GtkAllocation* a) {
     int ox = gtk_widget_get_has_window(w) ? 0 : a->x;
     int oy = gtk_widget_get_has_window(w) ? 0 : a->y;
     GtkAllocation ca = {ox + r->x, oy + r->y, std::max(1, r->w), std::max(1, h)};
+    GtkAllocation old;
+    gtk_widget_get_allocation(c, &old);
     gtk_widget_size_allocate(c, &ca);
+    moved = moved || old.x != ca.x || old.y != ca.y || old.width != ca.width || old.height != ca.height;
   }
   g_list_free(kids);
+  // A child placed over a sibling (a control inside a group box) is not always redrawn
+  // where it lands; drawing the whole container again puts every child back on screen.
+  if (moved) gtk_widget_queue_draw(w);
 }
 
 void zev_fixed_class_init(ZevFixedClass* k) {

@@ -24,7 +24,8 @@ using gtkhost::PeerControl;
 using gtkhost::PeerWidget;
 
 constexpr WORD kIdApply = 101, kIdCheck = 102, kIdRadio1 = 103, kIdRadio2 = 104, kIdEdit = 105, kIdLabel = 106,
-               kIdList = 107, kIdCombo = 108, kIdProgress = 109, kIdTab = 110, kIdGroup = 111;
+               kIdList = 107, kIdCombo = 108, kIdProgress = 109, kIdTab = 110, kIdGroup = 111,
+               kIdManual = 112;
 
 // What the dialog procedure saw, for the assertions.
 struct Seen {
@@ -63,6 +64,7 @@ DialogTemplate MainTemplate() {
       .Control("", kIdProgress, "msctls_progress32", WS_CHILD | WS_VISIBLE, 8, 90, 110, 8)
       .Control("", kIdTab, "SysTabControl32", WS_CHILD | WS_VISIBLE, 124, 88, 118, 40)
       .GroupBox("Output", kIdGroup, 4, 104, 114, 24)
+      .CheckBox("&Manual check box", kIdManual, 10, 114, 100, 10)
       .DefPushButton("OK", IDOK, 136, 138, 50, 14)
       .PushButton("Cancel", IDCANCEL, 192, 138, 50, 14);
   return t;
@@ -155,7 +157,7 @@ TEST_F(GtkWindows, EveryControlGetsExactlyItsRectangleAndItsContentFits) {
   EXPECT_EQ(ca.height, client.bottom);
 
   for (WORD id : {kIdApply, kIdCheck, kIdRadio1, kIdRadio2, kIdEdit, kIdLabel, kIdList, kIdCombo, kIdProgress, kIdTab,
-                  kIdGroup, WORD(IDOK), WORD(IDCANCEL)}) {
+                  kIdGroup, kIdManual, WORD(IDOK), WORD(IDCANCEL)}) {
     HWND ctl = GetDlgItem(dlg, id);
     char cls[64] = {};
     GetClassNameA(ctl, cls, sizeof cls);
@@ -272,7 +274,8 @@ TEST_F(GtkWindows, ClicksArriveAsButtonNotificationsAndTheLayerOwnsRadioGroups) 
     WORD id;
     UINT check1, check2;  // IsDlgButtonChecked of radio 1 and 2 afterwards
   };
-  const Case cases[] = {{kIdApply, 1, 0}, {kIdCheck, 1, 0}, {kIdRadio2, 0, 1}, {kIdRadio1, 1, 0}, {kIdRadio1, 1, 0}};
+  const Case cases[] = {{kIdApply, 1, 0},  {kIdCheck, 1, 0},  {kIdRadio2, 0, 1},
+                        {kIdRadio1, 1, 0}, {kIdRadio1, 1, 0}, {kIdManual, 1, 0}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.id);
     int before = m_seen.Count(c.id, BN_CLICKED);
@@ -287,6 +290,9 @@ TEST_F(GtkWindows, ClicksArriveAsButtonNotificationsAndTheLayerOwnsRadioGroups) 
   }
   EXPECT_EQ(IsDlgButtonChecked(dlg, kIdCheck), 1u);
   EXPECT_TRUE(gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(PeerControl(GetDlgItem(dlg, kIdCheck)))));
+  // A check box that is not automatic only reports the click; GTK's own toggle is undone.
+  EXPECT_EQ(IsDlgButtonChecked(dlg, kIdManual), 0u);
+  EXPECT_FALSE(gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(PeerControl(GetDlgItem(dlg, kIdManual)))));
 }
 
 // A client of the message hook that spoils one key: the key never reaches the edit.
