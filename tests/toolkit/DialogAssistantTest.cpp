@@ -41,23 +41,29 @@ class TestDialog : public CWnd {
   std::map<UINT, BOOL> enableRule;
 };
 
+// The dialog's procedure records what reaches the dialog past the assistant.
+INT_PTR RecordingDlgProc(HWND hwnd, UINT msg, WPARAM w, LPARAM l) {
+  Log().push_back({hwnd, msg, w, l});
+  return FALSE;
+}
+
 class DialogAssistantTest : public WindowFixture {
  protected:
   void SetUp() override {
     WindowFixture::SetUp();
-    dlg.Attach(MakeTop());
-    ShowWindow(dlg, SW_SHOW);
-    // Controls as a dialog template makes them: no parent notification.
-    const DWORD ex = WS_EX_NOPARENTNOTIFY;
-    MakeChild(dlg, "Button", kCheck, BS_AUTOCHECKBOX, ex);
-    MakeChild(dlg, "Button", kRadio1, BS_AUTORADIOBUTTON | WS_GROUP, ex);
-    MakeChild(dlg, "Button", kRadio2, BS_AUTORADIOBUTTON, ex);
-    MakeChild(dlg, "Button", kRadio3, BS_RADIOBUTTON, ex);
-    MakeChild(dlg, "Button", kRadioNextGroup, BS_AUTORADIOBUTTON | WS_GROUP, ex);
-    MakeChild(dlg, "Edit", kEdit, 0, ex);
-    MakeChild(dlg, "Static", kStatic, 0, ex);
-    MakeChild(dlg, RecorderClass(), kCustom, 0, ex);
-    MakeChild(dlg, "Button", kPush, BS_PUSHBUTTON, ex);
+    // Made from a template, whose controls do not notify their parent.
+    DialogTemplate t(WS_POPUP | WS_VISIBLE, 0, 0, 200, 160, "assisted");
+    t.AutoCheckBox("check", kCheck, 5, 5, 60, 10)
+        .AutoRadioButton("one", kRadio1, 5, 20, 60, 10, WS_GROUP)
+        .AutoRadioButton("two", kRadio2, 5, 35, 60, 10)
+        .RadioButton("three", kRadio3, 5, 50, 60, 10)
+        .AutoRadioButton("other group", kRadioNextGroup, 5, 65, 60, 10, WS_GROUP)
+        .EditText(kEdit, 80, 5, 60, 12)
+        .LText("", kStatic, 80, 20, 60, 10)
+        .Control("", kCustom, RecorderClass(), WS_VISIBLE, 80, 35, 60, 10)
+        .PushButton("", kPush, 80, 50, 60, 14);
+    dlg.Attach(CreateDialogIndirectParamA(nullptr, &t, nullptr, &RecordingDlgProc, 0));
+    Log().clear();
   }
   void TearDown() override {
     ResetWindowTestState();
