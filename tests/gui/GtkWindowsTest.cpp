@@ -29,7 +29,7 @@ constexpr WORD kIdApply = 101, kIdCheck = 102, kIdRadio1 = 103, kIdRadio2 = 104,
 
 // What the dialog procedure saw, for the assertions.
 struct Seen {
-  std::vector<std::pair<int, int>> commands;  // (id, code) of each WM_COMMAND
+  std::vector<std::pair<int, int>> commands;  // (id, code) of each WM_COMMAND and WM_NOTIFY
   std::function<void(HWND, int, int)> onCommand;
   int Count(int id, int code) const {
     int n = 0;
@@ -38,14 +38,23 @@ struct Seen {
   }
 };
 Seen* g_seen = nullptr;
+bool g_vetoTabChange = false;  // the dialog answers TCN_SELCHANGING with TRUE
 
-INT_PTR DlgProc(HWND dlg, UINT msg, WPARAM wParam, LPARAM) {
+INT_PTR DlgProc(HWND dlg, UINT msg, WPARAM wParam, LPARAM lParam) {
   if (msg == WM_INITDIALOG) return 1;
   if (msg == WM_COMMAND && g_seen) {
     int id = LOWORD(DWORD(wParam)), code = HIWORD(DWORD(wParam));
     g_seen->commands.push_back({id, code});
     if (g_seen->onCommand) g_seen->onCommand(dlg, id, code);
     return 1;
+  }
+  if (msg == WM_NOTIFY && g_seen) {
+    const auto* nm = reinterpret_cast<const NMHDR*>(lParam);
+    g_seen->commands.push_back({int(nm->idFrom), int(nm->code)});
+    if (nm->code == TCN_SELCHANGING && g_vetoTabChange) {
+      SetWindowLongPtrA(dlg, DWLP_MSGRESULT, TRUE);
+      return 1;
+    }
   }
   return 0;
 }
@@ -475,12 +484,32 @@ TEST_F(GtkWindows, APostFromAWorkerThreadWakesTheLoopWaitingInGtk) {
   EXPECT_LT(Now() - start, 3000u) << "posts from the worker should wake the loop at once";
 }
 
-TEST_F(GtkWindows, ClosingTheWindowAndPickingAListRowGoThroughTheLayer) {
+TEST_F(GtkWindows, ClosingTheWindowAndPickingARowOrATabGoThroughTheLayer) {
   HWND dlg = MakeMain();
   ASSERT_TRUE(dlg);
   HWND list = GetDlgItem(dlg, kIdList);
   for (const char* s : {"first", "second", "third"}) SendMessageA(list, LB_ADDSTRING, 0, LPARAM(s));
+  HWND tabs = GetDlgItem(dlg, kIdTab);
+  for (const char* s : {"General", "Files"}) {
+    TCITEMA item{TCIF_TEXT, 0, 0, const_cast<char*>(s), 0, -1, 0};
+    SendMessageA(tabs, TCM_INSERTITEMA, WPARAM(SendMessageA(tabs, TCM_GETITEMCOUNT, 0, 0)), LPARAM(&item));
+  }
   Settle(dlg);
+  // A click on the second tab: the layer's selection moves and the parent hears of it.
+  GtkNotebook* nb = GTK_NOTEBOOK(PeerControl(tabs));
+  ASSERT_TRUE(zevtest::ClickWidget(gtk_notebook_get_tab_label(nb, gtk_notebook_get_nth_page(nb, 1))));
+  EXPECT_TRUE(RunUntil([&] { return m_seen.Count(kIdTab, int(TCN_SELCHANGE)) > 0; }, 3000, dlg));
+  EXPECT_EQ(m_seen.Count(kIdTab, int(TCN_SELCHANGING)), 1);
+  EXPECT_EQ(SendMessageA(tabs, TCM_GETCURSEL, 0, 0), 1);
+  EXPECT_EQ(gtk_notebook_get_current_page(nb), 1);
+  // A parent that refuses the change keeps the page where it is.
+  g_vetoTabChange = true;
+  ASSERT_TRUE(zevtest::ClickWidget(gtk_notebook_get_tab_label(nb, gtk_notebook_get_nth_page(nb, 0))));
+  EXPECT_TRUE(RunUntil([&] { return m_seen.Count(kIdTab, int(TCN_SELCHANGING)) > 1; }, 3000, dlg));
+  g_vetoTabChange = false;
+  EXPECT_EQ(m_seen.Count(kIdTab, int(TCN_SELCHANGE)), 1);
+  EXPECT_EQ(SendMessageA(tabs, TCM_GETCURSEL, 0, 0), 1);
+  EXPECT_EQ(gtk_notebook_get_current_page(nb), 1);
   // A click on the second row's centre.
   GtkTreeView* tv = GTK_TREE_VIEW(PeerControl(list));
   GdkRectangle cell;
