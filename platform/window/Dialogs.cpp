@@ -230,12 +230,11 @@ INT_PTR DialogBoxIndirectParamA(HINSTANCE instance, LPCDLGTEMPLATEA tmpl, HWND o
   hidden.header.style &= ~WS_VISIBLE;
   HWND dlg = CreateDialogIndirectParamA(instance, &hidden, top, proc, param);
   if (!dlg) return -1;
-  Wnd* dw = Thread().Find(dlg);
+  if (Wnd* d = Thread().Find(dlg)) DialogOf(d).inModalLoop = true;
   if (top && IsWindowEnabled(top)) {
     EnableWindow(top, FALSE);
     if (Wnd* d = Thread().Find(dlg)) DialogOf(d).disabledOwner = top;
   }
-  (void)dw;
   Backend().ModalChanged(dlg, top, true);
   bool shown = !wantVisible;
   if (Wnd* d = Thread().Find(dlg); d && (d->style & WS_VISIBLE)) shown = true;
@@ -281,7 +280,10 @@ INT_PTR DialogBoxIndirectParamA(HINSTANCE instance, LPCDLGTEMPLATEA tmpl, HWND o
     EnableWindow(top, TRUE);
   }
   Backend().ModalChanged(dlg, top, false);
-  if (IsWindow(dlg)) DestroyWindow(dlg);
+  if (Wnd* d = Thread().Find(dlg)) {
+    DialogOf(d).inModalLoop = false;
+    DestroyWindow(dlg);
+  }
   return result;
 }
 

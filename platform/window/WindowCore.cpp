@@ -508,8 +508,11 @@ BOOL DestroyWindow(HWND hwnd) {
     ts.focus = nullptr;
     Backend().FocusChanged(nullptr);
   }
+  const bool wakeModalLoop = w->dlg && w->dlg->inModalLoop;
   SendDestroyTree(w);
   FreeTree(w);
+  // A modal loop looks at its window only after a message arrives.
+  if (wakeModalLoop) PostMessageA(nullptr, WM_NULL, 0, 0);
   return TRUE;
 }
 

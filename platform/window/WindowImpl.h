@@ -58,6 +58,7 @@ struct DialogData {
   INT_PTR result = 0;
   HWND disabledOwner = nullptr;  // the owner EndDialog must enable again
   HWND focusSave = nullptr;      // the control that had the focus when the dialog lost it
+  bool inModalLoop = false;      // a modal loop runs on it (destroying it must wake the loop)
   SIZE baseUnits{6, 13};
   int defId = 0;
   std::string fontFace;

@@ -198,6 +198,8 @@ TEST_F(WindowDialogTest, DestroyingTheDialogInsideItsOwnHandler) {
   DialogTemplate t = TestTemplate();
   EXPECT_EQ(DialogBoxIndirectParamA(nullptr, &t, nullptr, TestDlgProc, 0), 0);
   EXPECT_EQ(CountThreadWindows(), 0u);
+  EXPECT_EQ(WouldBlockCount(), 0);
+  PumpPending();
   // A loop with nothing left to wait for is reported, not hung.
   SetWouldBlockHandler([] { PostQuitMessage(-1); });
   log.destroyOnCancel = false;

@@ -429,3 +429,94 @@ TEST_F(WindowLayerTest, StateChangesReachTheBackend) {
 
 }  // namespace
 }  // namespace zev
+
+namespace zev {
+namespace {
+
+using namespace testing_window;
+
+int g_filterCalls = 0;
+LRESULT MsgFilter(int code, WPARAM w, LPARAM l) {
+  ++g_filterCalls;
+  const MSG* m = reinterpret_cast<const MSG*>(l);
+  if (code == MSGF_DIALOGBOX && m->message == WM_USER + 9) return TRUE;  // eaten
+  return CallNextHookEx(nullptr, code, w, l);
+}
+
+TEST_F(WindowLayerTest, FocusShowAndEnableSendTheirMessages) {
+  HWND p = Top("p", WS_POPUP | WS_VISIBLE);
+  HWND a = Child(p, 1);
+  HWND e = Child(p, 2, 0, "Edit", WS_TABSTOP, "");
+  HWND b = Child(p, 3, 0, "Button", BS_PUSHBUTTON | BS_NOTIFY, "B");
+  const std::vector<std::pair<HWND, std::string>> labels = {{p, "P"}, {a, "A"}, {e, "E"}, {b, "B"}};
+  struct Case {
+    const char* name;
+    std::function<void()> act;
+    std::vector<std::string> trace;
+    HWND focus;
+  };
+  const Case cases[] = {
+      {"focus a window", [&] { SetFocus(a); }, {"SETFOCUS:A"}, a},
+      {"an edit reports its focus", [&] { SetFocus(e); }, {"KILLFOCUS:A", "COMMAND:P(E,EN_SETFOCUS)"}, e},
+      {"a notifying button too", [&] { SetFocus(b); },
+       {"COMMAND:P(E,EN_KILLFOCUS)", "COMMAND:P(B,BN_SETFOCUS)"}, b},
+      {"disabling the focus takes it away", [&] { EnableWindow(b, FALSE); },
+       {"COMMAND:P(B,BN_KILLFOCUS)"}, nullptr},
+      {"a disabled window takes no focus", [&] { EXPECT_EQ(SetFocus(b), nullptr); }, {}, nullptr},
+      {"hiding the parent hides the child from view", [&] { EXPECT_TRUE(ShowWindow(p, SW_HIDE)); },
+       {"SHOWWINDOW:P"}, nullptr},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Journal().clear();
+    c.act();
+    std::vector<std::string> got;
+    for (const Seen& s : Journal()) {
+      std::string who = "?";
+      for (auto& [h, n] : labels)
+        if (h == s.hwnd) who = n;
+      if (s.msg == WM_SETFOCUS || s.msg == WM_KILLFOCUS || s.msg == WM_SHOWWINDOW) {
+        got.push_back(Name(s.msg) + ":" + who);
+      } else if (s.msg == WM_COMMAND) {
+        std::string from = "?";
+        for (auto& [h, n] : labels)
+          if (h == reinterpret_cast<HWND>(s.lParam)) from = n;
+        const UINT code = HIWORD(DWORD(s.wParam));
+        const char* cn = code == EN_SETFOCUS    ? "EN_SETFOCUS"
+                         : code == EN_KILLFOCUS ? "EN_KILLFOCUS"
+                         : code == BN_SETFOCUS  ? "BN_SETFOCUS"
+                         : code == BN_KILLFOCUS ? "BN_KILLFOCUS"
+                                                : "other";
+        got.push_back("COMMAND:" + who + "(" + from + "," + cn + ")");
+      }
+    }
+    EXPECT_EQ(got, c.trace);
+    EXPECT_EQ(GetFocus(), c.focus);
+  }
+  EXPECT_FALSE(IsWindowVisible(a));
+  EXPECT_TRUE(GetWindowLongA(a, GWL_STYLE) & WS_VISIBLE);
+  EXPECT_TRUE(EnableWindow(b, TRUE));  // it was disabled
+  EXPECT_FALSE(EnableWindow(b, TRUE));
+}
+
+TEST_F(WindowLayerTest, MessageFilterHooksSeeDialogKeysFirst) {
+  DialogTemplate t(WS_POPUP, 0, 0, 100, 50, "d");
+  t.PushButton("OK", IDOK, 5, 5, 40, 14);
+  HWND dlg = CreateDialogIndirectParamA(nullptr, &t, nullptr, nullptr, 0);
+  ASSERT_TRUE(dlg);
+  HHOOK h = SetWindowsHookExA(WH_MSGFILTER, MsgFilter, nullptr, 0);
+  g_filterCalls = 0;
+  MSG eaten{dlg, WM_USER + 9, 0, 0, 0, {0, 0}};
+  MSG passed{dlg, WM_USER + 8, 0, 0, 0, {0, 0}};
+  MSG elsewhere{nullptr, WM_USER + 9, 0, 0, 0, {0, 0}};
+  Journal().clear();
+  EXPECT_TRUE(IsDialogMessageA(dlg, &eaten));
+  EXPECT_TRUE(IsDialogMessageA(dlg, &passed));
+  EXPECT_FALSE(IsDialogMessageA(dlg, &elsewhere));
+  EXPECT_EQ(g_filterCalls, 2);
+  UnhookWindowsHookEx(h);
+  EXPECT_FALSE(CallMsgFilterA(&eaten, MSGF_DIALOGBOX));
+}
+
+}  // namespace
+}  // namespace zev
