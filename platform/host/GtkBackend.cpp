@@ -483,7 +483,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     } else {
       Peer* parent = Find(v.parent);
       if (!parent || !parent->box) return;
-      MakeChild(p, v, c);
+      MakeChild(p, v);
       TagWidget(p.outer, hwnd);
       if (p.control && p.control != p.outer) TagWidget(p.control, hwnd);
       SetPeerRect(p.outer, ChildRect(v));
@@ -530,7 +530,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     p.box = box;
   }
 
-  void MakeChild(Peer& p, const WindowView& v, const ControlView& c) {
+  void MakeChild(Peer& p, const WindowView& v) {
     DWORD s = v.style;
     switch (v.kind) {
       case ControlKind::PushButton: {
@@ -675,7 +675,6 @@ class GtkWindowBackend final : public wnd::WindowBackend {
         break;
       }
     }
-    (void)c;
   }
 
   // ---- copying the layer's state into widgets ----
