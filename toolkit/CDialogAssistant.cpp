@@ -164,6 +164,14 @@ CDlgCtrlBase* CDialogAssistant::GetCtrlData(UINT id) const {
   return it == m_pControls->end() ? nullptr : it->second.get();
 }
 
+CDlgCtrlBase& CDialogAssistant::operator[](UINT id) const {
+  if (CDlgCtrlBase* ctrl = GetCtrlData(id)) return *ctrl;
+  // A fresh stand-in each time, so nothing done to one shows in the next.
+  thread_local CDlgCtrlBase standIn;
+  standIn = CDlgCtrlBase();
+  return standIn;
+}
+
 CDlgCtrlBase* CDialogAssistant::CreateDlgCtrlData(const char* windowClass) {
   if (!windowClass) return nullptr;
   auto& rows = RegisteredClasses();

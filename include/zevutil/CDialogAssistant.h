@@ -139,7 +139,8 @@ class CDialogAssistant : public CWinHookBase, public CIdleHook {
   int GetModifyMask() const { return m_nModifyMask; }
   BOOL IsModified() const { return m_bModified; }
   CDlgCtrlBase* GetCtrlData(UINT id) const;
-  CDlgCtrlBase& operator[](UINT id) const { return *GetCtrlData(id); }
+  // The wrapper of the id; for an id without one, a detached wrapper that acts on no window.
+  CDlgCtrlBase& operator[](UINT id) const;
   CWnd* GetAssistParent() const { return m_pParent; }
   int GetControlCount() const { return int(m_pControls->size()); }
 

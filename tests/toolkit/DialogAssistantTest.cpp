@@ -129,6 +129,10 @@ TEST_F(DialogAssistantTest, AddControlRefusesBadIdsAndUnknownWindows) {
   assist.RemoveControl(kEdit);
   EXPECT_EQ(assist.GetCtrlData(kEdit), nullptr);
   EXPECT_EQ(CDialogAssistant::CreateDlgCtrlData("NoSuchClass"), nullptr);
+  // An id without a wrapper gives one that acts on no window.
+  assist[kEdit].SetValue(7);
+  EXPECT_EQ(assist[kEdit].GetHwnd(), nullptr);
+  EXPECT_EQ(GetWindowTextString(Item(kEdit)), "");
 }
 
 TEST_F(DialogAssistantTest, DirtyRules) {
