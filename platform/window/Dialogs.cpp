@@ -426,7 +426,7 @@ BOOL IsDialogMessageA(HWND dlg, MSG* msg) {
       switch (msg->wParam) {
         case VK_TAB:
           if (!(code & DLGC_WANTTAB)) {
-            SendMessageA(dlg, WM_NEXTDLGCTL, 0, 0);
+            SendMessageA(dlg, WM_NEXTDLGCTL, GetKeyState(VK_SHIFT) < 0 ? 1 : 0, 0);
             return TRUE;
           }
           break;

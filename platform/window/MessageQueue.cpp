@@ -65,6 +65,22 @@ LRESULT RunHooks(ThreadState& ts, int type, int code, WPARAM w, LPARAM l) {
   return r;
 }
 
+// Key messages leave their key's state behind for GetKeyState.
+void NoteKey(ThreadState& ts, const MSG& m) {
+  bool down;
+  if (m.message == WM_KEYDOWN || m.message == WM_SYSKEYDOWN)
+    down = true;
+  else if (m.message == WM_KEYUP || m.message == WM_SYSKEYUP)
+    down = false;
+  else
+    return;
+  const UINT vk = UINT(m.wParam) & 0xFF;
+  ts.keyDown[vk] = down;
+  if (vk == VK_LSHIFT || vk == VK_RSHIFT) ts.keyDown[VK_SHIFT] = down;
+  if (vk == VK_LCONTROL || vk == VK_RCONTROL) ts.keyDown[VK_CONTROL] = down;
+  if (vk == VK_LMENU || vk == VK_RMENU) ts.keyDown[VK_MENU] = down;
+}
+
 // Takes the next message for the filter, or answers false.
 bool Take(ThreadState& ts, MSG* out, HWND filter, UINT lo, UINT hi, UINT flags) {
   ProcessSentMessages(ts);
@@ -107,6 +123,7 @@ bool Take(ThreadState& ts, MSG* out, HWND filter, UINT lo, UINT hi, UINT flags) 
   if (!found) return false;
   *out = taken.msg;
   ts.lastTime = out->time;
+  if (remove) NoteKey(ts, taken.msg);
   if (remove && (taken.token || taken.ch || taken.nativeChar))
     ts.pending = {taken.msg, taken.token, taken.ch, taken.token != 0, taken.nativeChar};
   if (!ts.hooks[0].empty()) RunHooks(ts, WH_GETMESSAGE, HC_ACTION, remove ? PM_REMOVE : PM_NOREMOVE,
@@ -429,6 +446,9 @@ UINT RegisterWindowMessageA(LPCSTR name) {
 }
 
 DWORD GetMessageTime() { return Thread().lastTime; }
+SHORT GetKeyState(int virtualKey) {
+  return Thread().keyDown[unsigned(virtualKey) & 0xFF] ? SHORT(0x8000) : SHORT(0);
+}
 LONG GetMessagePos() { return 0; }
 BOOL InSendMessage() { return Thread().inSend > 0 ? TRUE : FALSE; }
 

@@ -397,6 +397,16 @@ BOOL ScriptedUser::PressKey(UINT virtualKey, char ch) {
   return SendKey(target, virtualKey, UINT(static_cast<unsigned char>(ch)));
 }
 
+BOOL ScriptedUser::KeyDown(UINT virtualKey) {
+  HWND target = GetFocus() ? GetFocus() : GetActiveWindow();
+  return target ? InputKey(target, WM_KEYDOWN, virtualKey, 1, 0, Null().NewToken(target, virtualKey, 0)) : FALSE;
+}
+
+BOOL ScriptedUser::KeyUp(UINT virtualKey) {
+  HWND target = GetFocus() ? GetFocus() : GetActiveWindow();
+  return target ? InputKey(target, WM_KEYUP, virtualKey, LPARAM(0xC0000001u), 0, 0) : FALSE;
+}
+
 BOOL ScriptedUser::SetText(HWND control, const char* text) { return InputText(control, text); }
 BOOL ScriptedUser::Select(HWND control, int index) { return InputSelect(control, index); }
 BOOL ScriptedUser::Close(HWND topLevel) { return InputClose(topLevel); }

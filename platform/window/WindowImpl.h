@@ -178,6 +178,7 @@ struct ThreadState {
   HWND active = nullptr;
   HWND capture = nullptr;
   DWORD lastTime = 0;
+  bool keyDown[256] = {};
   // The last message taken with its raw input still unclaimed, and the stack of dispatches.
   InputFrame pending;
   std::vector<InputFrame> frames;

@@ -243,6 +243,15 @@ TEST_F(WindowDialogTest, DialogGeometryComesFromDialogUnits) {
     PumpDialog(dlg);
     EXPECT_EQ(GetFocus(), Item(id)) << id;
   }
+  // Shift walks back.
+  ScriptedUser::KeyDown(VK_LSHIFT);
+  ScriptedUser::PressKey(VK_TAB);
+  PumpDialog(dlg);
+  EXPECT_LT(GetKeyState(VK_SHIFT), 0);
+  EXPECT_EQ(GetFocus(), Item(IDCANCEL));
+  ScriptedUser::KeyUp(VK_LSHIFT);
+  PumpDialog(dlg);
+  EXPECT_EQ(GetKeyState(VK_SHIFT), 0);
 }
 
 TEST_F(WindowDialogTest, AutoRadioButtonsClearOnlyTheirOwnGroup) {

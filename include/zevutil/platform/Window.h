@@ -282,6 +282,9 @@ BOOL IsDialogMessageA(HWND dlg, MSG* msg);
 // A number from 0xC000 to 0xFFFF, the same for the same string (compared without case);
 // 0 for an empty or null string.
 UINT RegisterWindowMessageA(LPCSTR name);
+// The state of a key as the messages taken from the queue so far left it: negative (the high
+// bit set) while it is down. VK_SHIFT, VK_CONTROL and VK_MENU follow either side's key.
+SHORT GetKeyState(int virtualKey);
 DWORD GetMessageTime();
 LONG GetMessagePos();
 BOOL InSendMessage();

@@ -56,6 +56,9 @@ class ScriptedUser {
   static BOOL Type(HWND control, const char* text);
   // One key (for example VK_RETURN, VK_ESCAPE, VK_TAB) to the focus window, queued.
   static BOOL PressKey(UINT virtualKey, char ch = 0);
+  // A key held down or let go (for example VK_SHIFT around a PressKey(VK_TAB)), queued.
+  static BOOL KeyDown(UINT virtualKey);
+  static BOOL KeyUp(UINT virtualKey);
   // The whole text at once, as a paste: the layer's text changes, then EN_UPDATE, EN_CHANGE.
   static BOOL SetText(HWND control, const char* text);
   // Picks an item of a list, combo or tab control (with its notifications).
