@@ -8,6 +8,9 @@ JOBS ?= $(shell nproc)
 BUILD_PKGS := cmake ninja-build g++ pkg-config ccache tzdata libgtest-dev libgmock-dev libsqlite3-dev \
               libcli11-dev nlohmann-json3-dev zlib1g-dev
 PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile
+# The window layer's GTK 3 backend, and the private X server its real-window tests run on.
+TOOLKIT_PKGS := libgtk-3-dev libxtst-dev fonts-liberation
+GUI_TEST_PKGS := xvfb xauth
 BENCH_PKGS := libbenchmark-dev libstaden-read-dev libpcre2-dev libre2-dev
 FUZZ_PKGS := clang libclang-rt-14-dev
 
@@ -25,7 +28,7 @@ endef
 all: build
 
 deps:
-	$(call ensure_pkgs,$(BUILD_PKGS) $(PEER_PKGS))
+	$(call ensure_pkgs,$(BUILD_PKGS) $(PEER_PKGS) $(TOOLKIT_PKGS) $(GUI_TEST_PKGS))
 
 build: deps
 	cmake --preset $(PRESET) >/dev/null

@@ -56,3 +56,7 @@
 // Output and export.
 
 // Window toolkit.
+#include "zevutil/platform/Wnd.h"
+#include "zevutil/CWinHookBase.h"
+#include "zevutil/CIdleHook.h"
+#include "zevutil/CDialogAssistant.h"

@@ -1,4 +1,4 @@
-// Thread-local slots over pthread keys, tick count over CLOCK_BOOTTIME, thread and process ids.
+// Thread-local slots over pthread keys, thread and process ids, sleeping.
 #include <pthread.h>
 #include <sys/syscall.h>
 #include <time.h>
@@ -23,7 +23,6 @@ SlotTable& Slots() {
   static SlotTable* t = new SlotTable;  // never destroyed: slots outlive static destruction
   return *t;
 }
-std::atomic<DWORD> g_tickOffset{0};
 }  // namespace
 
 DWORD TlsAlloc() {
@@ -84,15 +83,6 @@ BOOL TlsSetValue(DWORD index, void* value) {
   }
   return pthread_setspecific(key, value) == 0 ? TRUE : FALSE;
 }
-
-DWORD GetTickCount() {
-  struct timespec ts {};
-  if (clock_gettime(CLOCK_BOOTTIME, &ts) != 0) clock_gettime(CLOCK_MONOTONIC, &ts);
-  std::uint64_t ms = std::uint64_t(ts.tv_sec) * 1000u + std::uint64_t(ts.tv_nsec) / 1000000u;
-  return DWORD(ms) + g_tickOffset.load(std::memory_order_relaxed);
-}
-
-void SetTickCountOffset(DWORD offset) { g_tickOffset.store(offset, std::memory_order_relaxed); }
 
 DWORD GetCurrentThreadId() { return DWORD(::syscall(SYS_gettid)); }
 DWORD GetCurrentProcessId() { return DWORD(::getpid()); }

@@ -62,11 +62,13 @@ TEST(LibraryFrame, LoadedState) {
   ASSERT_NE(g_ZevModule.pObjMap, nullptr);
   EXPECT_EQ(g_ZevModule.pObjMap[0].pclsid, nullptr);  // the class table is empty
   // The report stream's slot comes first, and the loading thread has a block in it;
-  // the window-hook slot holds no table yet, only its small block.
+  // the window-hook slot holds the loading thread's hook table (made by the toolkit's
+  // factory) beside its small block.
   ASSERT_NE(g_dwVqeTlsIndex, TLS_OUT_OF_INDEXES);
   EXPECT_LT(g_dwVqeTlsIndex, g_dwWindowHookTlsIndex);
   EXPECT_NE(TlsGetValue(g_dwVqeTlsIndex), nullptr);
-  EXPECT_EQ(TlsGetValue(g_dwWindowHookTlsIndex), nullptr);
+  EXPECT_NE(g_pfnCreateWindowHookTable, nullptr);
+  EXPECT_NE(TlsGetValue(g_dwWindowHookTlsIndex), nullptr);
   EXPECT_NE(g_pWindowHookBlock, nullptr);
   // Other reasons do nothing.
   EXPECT_EQ(DllMain(g_ZevModule.hInst, DLL_THREAD_ATTACH, nullptr), TRUE);
