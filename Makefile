@@ -8,7 +8,11 @@ JOBS ?= $(shell nproc)
 BUILD_PKGS := cmake ninja-build g++ pkg-config ccache tzdata libgtest-dev libgmock-dev libsqlite3-dev \
               libcli11-dev nlohmann-json3-dev zlib1g-dev
 PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile
-BENCH_PKGS := libbenchmark-dev libstaden-read-dev
+# Print devices (cairo, fontconfig, CUPS), their fonts, the private scheduler of the
+# CUPS tests and the poppler tools that read our PDF and PNG output back.
+PRINT_PKGS := libcairo2-dev libfontconfig-dev libcups2-dev fonts-liberation cups-daemon cups-client \
+              cups-filters poppler-utils
+BENCH_PKGS := libbenchmark-dev libstaden-read-dev enscript ghostscript
 FUZZ_PKGS := clang libclang-rt-14-dev
 
 define ensure_pkgs
@@ -25,7 +29,7 @@ endef
 all: build
 
 deps:
-	$(call ensure_pkgs,$(BUILD_PKGS) $(PEER_PKGS))
+	$(call ensure_pkgs,$(BUILD_PKGS) $(PEER_PKGS) $(PRINT_PKGS))
 
 build: deps
 	cmake --preset $(PRESET) >/dev/null

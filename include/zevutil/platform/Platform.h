@@ -18,3 +18,5 @@
 #include "zevutil/platform/Registry.h"
 #include "zevutil/platform/Profile.h"
 #include "zevutil/platform/Process.h"
+#include "zevutil/platform/Gdi.h"
+#include "zevutil/platform/Print.h"
