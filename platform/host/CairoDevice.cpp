@@ -138,7 +138,9 @@ class CairoSurface : public Surface {
     ++m_pages;
     if (m_dest.kind == DestinationInfo::kPng) {
       double s = double(m_dpi) / kDeviceDpi;
-      int w = std::max(1, int(std::lround(geom.physWidth * s))), h = std::max(1, int(std::lround(geom.physHeight * s)));
+      // Rounded up, as poppler sizes its pages: a PNG page matches pdftoppm's rendering.
+      int w = std::max(1, int(std::ceil(geom.physWidth * s - 1e-6)));
+      int h = std::max(1, int(std::ceil(geom.physHeight * s - 1e-6)));
       m_surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
       m_cr = cairo_create(m_surface);
       cairo_set_source_rgb(m_cr, 1, 1, 1);
