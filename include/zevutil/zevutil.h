@@ -54,5 +54,6 @@
 #include "zevutil/CAbi.h"
 
 // Output and export.
+#include "zevutil/COutputDef.h"
 
 // Window toolkit.
