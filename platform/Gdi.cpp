@@ -14,9 +14,8 @@ namespace zev {
 namespace gdi {
 
 DeviceContext* ContextOf(HDC dc) {
-  if (!IsLiveHandle(dc)) return nullptr;
-  auto* c = reinterpret_cast<DeviceContext*>(dc);
-  return c->magic == DeviceContext::kMagic ? c : nullptr;
+  if (!IsLiveHandle(dc) || MagicOf(dc) != DeviceContext::kMagic) return nullptr;
+  return reinterpret_cast<DeviceContext*>(dc);
 }
 
 namespace {
@@ -103,10 +102,18 @@ void Record(DeviceContext* c, TestDrawCall call) {
 // The current font's metrics on this context, resolved once per selection.
 const FontMetrics& Metrics(DeviceContext* c) {
   if (!c->fontMetrics) {
-    LOGFONTA lf = c->st.font ? c->st.font->font : LOGFONTA{};
-    // The height is logical; fonts are resolved in device units.
-    lf.lfHeight = LONG(RoundL(lf.lfHeight * ScaleOf(c).f));
-    c->fontMetrics = c->surface ? c->surface->Font(lf) : ResolveFont(lf);
+    GdiObject* font = c->st.font;
+    bool hostFont = !c->surface || !c->surface->Log();
+    if (font && hostFont && c->st.mapMode == MM_TEXT && font->hostMetrics) {
+      // Fonts are selected again and again around each line: keep the host's answer.
+      c->fontMetrics = font->hostMetrics;
+    } else {
+      LOGFONTA lf = font ? font->font : LOGFONTA{};
+      // The height is logical; fonts are resolved in device units.
+      lf.lfHeight = LONG(RoundL(lf.lfHeight * ScaleOf(c).f));
+      c->fontMetrics = c->surface ? c->surface->Font(lf) : ResolveFont(lf);
+      if (font && hostFont && c->st.mapMode == MM_TEXT) font->hostMetrics = c->fontMetrics;
+    }
   }
   return *c->fontMetrics;
 }

@@ -2,6 +2,7 @@
 // portable device-layer files.
 #pragma once
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -14,6 +15,12 @@ namespace zev::gdi {
 void RegisterHandle(const void* h);
 void UnregisterHandle(const void* h);
 bool IsLiveHandle(const void* h);
+// The first word of a live handle's record, which tells the kinds apart.
+inline std::uint32_t MagicOf(const void* h) {
+  std::uint32_t m;
+  std::memcpy(&m, h, sizeof m);
+  return m;
+}
 
 struct GdiObject {
   static constexpr std::uint32_t kMagic = 0x6F626A31;  // first word, tells objects from contexts
@@ -26,6 +33,7 @@ struct GdiObject {
   LOGPEN pen{};
   LOGBRUSH brush{};
   std::shared_ptr<const BitmapData> bitmap;
+  std::shared_ptr<const FontMetrics> hostMetrics;  // the host's font for it, once resolved
   CGdiObject* permanent = nullptr;              // the wrapper that owns the handle
   std::unique_ptr<CGdiObject> temp;             // FromHandle's wrapper
 };

@@ -37,9 +37,9 @@ bool IsLiveHandle(const void* h) {
 }
 
 GdiObject* ObjectOf(HGDIOBJ h) {
-  if (!IsLiveHandle(h)) return nullptr;
+  if (!IsLiveHandle(h) || MagicOf(h) != GdiObject::kMagic) return nullptr;
   auto* o = static_cast<GdiObject*>(h);
-  return o->magic == GdiObject::kMagic && !o->deleted ? o : nullptr;
+  return !o->deleted ? o : nullptr;
 }
 
 GdiObject* NewObject(DWORD type) {
@@ -117,7 +117,7 @@ HGDIOBJ GetStockObject(int index) { return gdi::StockObject(index); }
 DWORD GetObjectType(HGDIOBJ obj) {
   if (gdi::IsLiveHandle(obj)) {
     // A context and an object are told apart by their first word.
-    if (*static_cast<const std::uint32_t*>(obj) == gdi::DeviceContext::kMagic)
+    if (gdi::MagicOf(obj) == gdi::DeviceContext::kMagic)
       return static_cast<gdi::DeviceContext*>(obj)->surface ? OBJ_DC : OBJ_MEMDC;
   }
   GdiObject* o = gdi::ObjectOf(obj);

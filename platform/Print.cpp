@@ -79,9 +79,8 @@ struct PrinterHandle {
   DestinationInfo dest;
 };
 PrinterHandle* PrinterOf(HANDLE h) {
-  if (!IsLiveHandle(h)) return nullptr;
-  auto* p = static_cast<PrinterHandle*>(h);
-  return p->magic == PrinterHandle::kMagic ? p : nullptr;
+  if (!IsLiveHandle(h) || MagicOf(h) != PrinterHandle::kMagic) return nullptr;
+  return static_cast<PrinterHandle*>(h);
 }
 
 // ---- global memory ----
@@ -92,9 +91,8 @@ struct GlobalBlock {
   std::vector<char> data;
 };
 GlobalBlock* BlockOf(HGLOBAL h) {
-  if (!IsLiveHandle(h)) return nullptr;
-  auto* b = static_cast<GlobalBlock*>(h);
-  return b->magic == GlobalBlock::kMagic ? b : nullptr;
+  if (!IsLiveHandle(h) || MagicOf(h) != GlobalBlock::kMagic) return nullptr;
+  return static_cast<GlobalBlock*>(h);
 }
 
 std::atomic<int> g_pngDpi{150};
@@ -339,7 +337,7 @@ void* GlobalLock(HGLOBAL mem) {
   gdi::GlobalBlock* b = gdi::BlockOf(mem);
   if (!b) return nullptr;
   ++b->locks;
-  return b->data.empty() ? static_cast<void*>(b) : b->data.data();
+  return b->data.empty() ? nullptr : b->data.data();  // a block of no bytes has no memory
 }
 
 BOOL GlobalUnlock(HGLOBAL mem) {
