@@ -55,5 +55,8 @@
 
 // Output and export.
 #include "zevutil/COutputDef.h"
+#include "zevutil/COutputInfo.h"
+#include "zevutil/CPrintHandler.h"
+#include "zevutil/CPrintObject.h"
 
 // Window toolkit.
