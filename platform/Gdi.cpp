@@ -4,6 +4,7 @@
 // page that is laid out but never started costs only the measuring.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "GdiInternal.h"
@@ -71,9 +72,10 @@ double ToDevY(const DeviceContext* c, double y) {
 double ToDevLen(const DeviceContext* c, double v) { return std::fabs(v * ScaleOf(c).f); }
 
 long RoundL(double v) {
-  // Keep huge values finite and within LONG: no undefined conversion.
+  // Keep huge values finite and well within LONG (a billion units is 42 km), so that
+  // conversions and the differences of two coordinates are always defined.
   if (!(v == v)) return 0;
-  v = std::clamp(v, -2.0e9, 2.0e9);
+  v = std::clamp(v, -1.0e9, 1.0e9);
   return std::lround(v);
 }
 
@@ -170,8 +172,8 @@ BOOL DrawString(DeviceContext* c, int x, int y, UINT options, const RECT* rect, 
   UINT v = c->st.align & TA_BASELINE;
   double baseline = v == TA_BASELINE ? py : v == TA_BOTTOM ? py - f.descent : py + f.ascent;
   if (c->st.align & TA_UPDATECP) {
-    if (h == TA_LEFT) c->st.pos.x += LONG(RoundL(double(width) / scale));
-    else if (h == TA_RIGHT) c->st.pos.x -= LONG(RoundL(double(width) / scale));
+    double moved = h == TA_LEFT ? double(width) / scale : h == TA_RIGHT ? -double(width) / scale : 0.0;
+    c->st.pos.x = LONG(RoundL(double(c->st.pos.x) + moved));
   }
   if (!Drawing(c)) return TRUE;
 
@@ -269,10 +271,11 @@ int GetMapMode(HDC dc) {
 BOOL DPtoLP(HDC dc, POINT* pts, int count) {
   DeviceContext* c = ContextOf(dc);
   if (!c || !pts || count < 0) return FALSE;
+  if (c->st.mapMode == MM_TEXT) return TRUE;  // the identity, for every value
   gdi::Scale s = gdi::ScaleOf(c);
   for (int i = 0; i < count; ++i) {
     pts[i].x = LONG(gdi::RoundL(pts[i].x / s.f));
-    pts[i].y = LONG(gdi::RoundL((s.flipY ? -pts[i].y : pts[i].y) / s.f));
+    pts[i].y = LONG(gdi::RoundL((s.flipY ? -double(pts[i].y) : double(pts[i].y)) / s.f));
   }
   return TRUE;
 }
@@ -280,6 +283,7 @@ BOOL DPtoLP(HDC dc, POINT* pts, int count) {
 BOOL LPtoDP(HDC dc, POINT* pts, int count) {
   DeviceContext* c = ContextOf(dc);
   if (!c || !pts || count < 0) return FALSE;
+  if (c->st.mapMode == MM_TEXT) return TRUE;
   for (int i = 0; i < count; ++i) {
     pts[i].x = LONG(gdi::RoundL(gdi::ToDevX(c, pts[i].x)));
     pts[i].y = LONG(gdi::RoundL(gdi::ToDevY(c, pts[i].y)));
@@ -546,16 +550,18 @@ namespace {
 BOOL Blit(DeviceContext* c, int x, int y, int w, int h, const gdi::BitmapData* bmp, int xs, int ys, int ws,
           int hs) {
   TestDrawCall call{TestDrawCall::kBlt};
-  call.x = x, call.y = y, call.x2 = x + w, call.y2 = y + h;
+  // Sums of caller values are taken in 64 bits and clamped: no overflow on any input.
+  auto add = [](int a, int b) { return int(std::clamp<long long>(0LL + a + b, INT32_MIN, INT32_MAX)); };
+  call.x = x, call.y = y, call.x2 = add(x, w), call.y2 = add(y, h);
   gdi::Record(c, std::move(call));
   if (!bmp || !gdi::Drawing(c)) return TRUE;
-  RECT src{xs, ys, xs + ws, ys + hs};
+  RECT src{xs, ys, add(xs, ws), add(ys, hs)};
   src.left = std::clamp<LONG>(src.left, 0, bmp->width);
   src.right = std::clamp<LONG>(src.right, 0, bmp->width);
   src.top = std::clamp<LONG>(src.top, 0, bmp->height);
   src.bottom = std::clamp<LONG>(src.bottom, 0, bmp->height);
   if (src.right <= src.left || src.bottom <= src.top) return TRUE;
-  RECT dst = gdi::DevRect(c, x, y, x + w, y + h);
+  RECT dst = gdi::DevRect(c, x, y, add(x, w), add(y, h));
   if (dst.right <= dst.left || dst.bottom <= dst.top) return TRUE;
   c->surface->Image(*bmp, src, dst);
   return TRUE;

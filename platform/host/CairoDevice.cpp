@@ -238,7 +238,7 @@ class CairoSurface : public Surface {
     if (!hf || !hf->scaled) return;
     if (clip) {
       cairo_save(m_cr);
-      cairo_rectangle(m_cr, clip->left, clip->top, clip->right - clip->left, clip->bottom - clip->top);
+      cairo_rectangle(m_cr, clip->left, clip->top, double(clip->right) - clip->left, double(clip->bottom) - clip->top);
       cairo_clip(m_cr);
     }
     if (m_font != hf->scaled) {
@@ -340,11 +340,11 @@ class CairoSurface : public Surface {
       if (cached) m_logo = img;
     }
     cairo_save(m_cr);
-    cairo_rectangle(m_cr, dst.left, dst.top, dst.right - dst.left, dst.bottom - dst.top);
+    cairo_rectangle(m_cr, dst.left, dst.top, double(dst.right) - dst.left, double(dst.bottom) - dst.top);
     cairo_clip(m_cr);
     cairo_translate(m_cr, dst.left, dst.top);
-    cairo_scale(m_cr, double(dst.right - dst.left) / (src.right - src.left),
-                double(dst.bottom - dst.top) / (src.bottom - src.top));
+    cairo_scale(m_cr, (double(dst.right) - dst.left) / (double(src.right) - src.left),
+                (double(dst.bottom) - dst.top) / (double(src.bottom) - src.top));
     cairo_set_source_surface(m_cr, img, -src.left, -src.top);
     cairo_pattern_set_filter(cairo_get_source(m_cr), CAIRO_FILTER_GOOD);
     cairo_paint(m_cr);

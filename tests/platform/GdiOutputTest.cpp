@@ -361,3 +361,48 @@ TEST(GdiOutput, AnyBytesDrawAsText) {
     EXPECT_EQ(rc, 0);
   }
 }
+
+TEST(GdiOutput, ExtremeCoordinatesAreSafe) {
+  zevtest::TempDir dir;
+  Doc doc(kPrintToPdfName, dir / "extreme.pdf");
+  ASSERT_TRUE(doc.started);
+  StartPage(doc.dc);
+  HDC mem = CreateCompatibleDC(doc.dc);
+  HBITMAP logo = LoadBitmapA(nullptr, MAKEINTRESOURCE(IDB_ZEV_LOGO));
+  HGDIOBJ oldBmp = SelectObject(mem, logo);
+  const int big = 2147483647, small = -2147483647 - 1;
+  const int values[] = {small, -1, 0, 1, 3000, big};
+  for (int mode : {MM_TEXT, MM_TWIPS}) {
+    SetMapMode(doc.dc, mode);
+    for (int a : values) {
+      for (int b : values) {
+        SCOPED_TRACE(std::to_string(mode) + ": " + std::to_string(a) + ", " + std::to_string(b));
+        EXPECT_TRUE(Rectangle(doc.dc, a, b, b, a));
+        EXPECT_TRUE(RoundRect(doc.dc, a, a, b, b, a, b));
+        EXPECT_TRUE(Ellipse(doc.dc, b, a, a, b));
+        EXPECT_TRUE(StretchBlt(doc.dc, a, b, a, b, mem, b, a, b, a, SRCCOPY));
+        EXPECT_TRUE(BitBlt(doc.dc, a, b, b, a, mem, a, b, SRCCOPY));
+        RECT r{a, b, b, a};
+        EXPECT_TRUE(DrawEdge(doc.dc, &r, EDGE_SUNKEN, BF_RECT | BF_ADJUST));
+        EXPECT_TRUE(MoveToEx(doc.dc, a, b, nullptr));
+        EXPECT_TRUE(LineTo(doc.dc, b, a));
+        SetTextAlign(doc.dc, TA_UPDATECP | TA_RIGHT);
+        EXPECT_TRUE(TextOutA(doc.dc, a, b, "xyz", 3));
+        SetTextAlign(doc.dc, TA_LEFT);
+        IntersectClipRect(doc.dc, a, b, b, a);
+        EXPECT_TRUE(ExtTextOutA(doc.dc, a, b, ETO_CLIPPED, &r, "clip", 4, nullptr));
+        SelectClipRgn(doc.dc, nullptr);
+        POINT p{a, b};
+        DPtoLP(doc.dc, &p, 1);
+        LPtoDP(doc.dc, &p, 1);
+        CRect cr(a, b, b, a);
+        (void)cr.Width(), (void)cr.Height();
+      }
+    }
+  }
+  SelectObject(mem, oldBmp);
+  DeleteObject(logo);
+  DeleteDC(mem);
+  EndPage(doc.dc);
+  EXPECT_GT(doc.End(), 0);
+}

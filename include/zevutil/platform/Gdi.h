@@ -78,8 +78,9 @@ class CRect : public RECT {
   CRect(const RECT& r) : RECT(r) {}  // NOLINT(google-explicit-constructor)
   CRect(POINT tl, POINT br) : RECT{tl.x, tl.y, br.x, br.y} {}
   CRect(POINT tl, SIZE s) : RECT{tl.x, tl.y, tl.x + s.cx, tl.y + s.cy} {}
-  int Width() const { return right - left; }
-  int Height() const { return bottom - top; }
+  // Taken in 64 bits: extreme corners wrap instead of overflowing.
+  int Width() const { return int(std::int64_t(right) - left); }
+  int Height() const { return int(std::int64_t(bottom) - top); }
   CSize Size() const { return CSize(Width(), Height()); }
   CPoint TopLeft() const { return CPoint(left, top); }
   CPoint BottomRight() const { return CPoint(right, bottom); }
