@@ -425,8 +425,8 @@ class CairoSurface : public Surface {
     cups_option_t* opts = nullptr;
     if (!m_media.empty()) nopt = cupsAddOption(CUPS_MEDIA, m_media.c_str(), nopt, &opts);
     if (m_copies > 1) nopt = cupsAddOption(CUPS_COPIES, std::to_string(m_copies).c_str(), nopt, &opts);
-    if (geom.physWidth > geom.physHeight)
-      nopt = cupsAddOption(CUPS_ORIENTATION, CUPS_ORIENTATION_LANDSCAPE, nopt, &opts);
+    // No orientation option: the PDF's pages already lie the way they were drawn, and
+    // the option would turn them once more.
     std::string title = m_docName.empty() ? "ZevUtil" : m_docName;
     int job = cupsCreateJob(http, queue.c_str(), title.c_str(), nopt, opts);
     cupsFreeOptions(nopt, opts);

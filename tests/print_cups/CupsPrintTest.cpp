@@ -97,10 +97,10 @@ bool WaitIdle() {
 std::string Output(const char* queue) { return g_dir + "/out/" + queue + ".pdf"; }
 
 // Prints 'pages' pages, each with "<tag> page N", to a destination.
-int PrintJob(const char* dest, const char* tag, int pages, short paper = 0) {
+int PrintJob(const char* dest, const char* tag, int pages, short paper = 0, short orient = DMORIENT_PORTRAIT) {
   DEVMODEA dm{};
   dm.dmFields = DM_ORIENTATION | DM_COPIES;
-  dm.dmOrientation = DMORIENT_PORTRAIT;
+  dm.dmOrientation = orient;
   dm.dmPaperSize = paper;
   dm.dmCopies = 1;
   HDC dc = CreateDCA(nullptr, dest, nullptr, &dm);
@@ -138,15 +138,18 @@ TEST(CupsPrint, ByNameAndDefault) {
     int pages;
     short paper;
     const char* size;
+    short orient = DMORIENT_PORTRAIT;
   } cases[] = {
       {"zevother", "zevother", "Named", 2, 0, "595 x 842 pts (A4)"},
       {"", "zevtest", "Default", 3, 0, "595 x 842 pts (A4)"},
       {"zevtest", "zevtest", "Letter", 1, DMPAPER_LETTER, "612 x 792 pts (letter)"},
+      // A landscape document reaches the portrait paper turned a quarter left, once.
+      {"zevother", "zevother", "Landscape", 1, DMPAPER_A4, "595 x 842 pts (A4)", DMORIENT_LANDSCAPE},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.tag);
     fs::remove(Output(c.queue));
-    ASSERT_GT(PrintJob(c.dest, c.tag, c.pages, c.paper), 0);
+    ASSERT_GT(PrintJob(c.dest, c.tag, c.pages, c.paper, c.orient), 0);
     ASSERT_TRUE(WaitIdle());
     ASSERT_TRUE(fs::exists(Output(c.queue)));
     EXPECT_EQ(zevtest::PdfInfo(Output(c.queue), "Pages"), std::to_string(c.pages));
@@ -155,7 +158,17 @@ TEST(CupsPrint, ByNameAndDefault) {
     std::vector<zevtest::PdfWord> words = zevtest::PdfWords(Output(c.queue));
     const zevtest::PdfWord* last = zevtest::FindWord(words, std::to_string(c.pages), c.pages);
     EXPECT_NE(last, nullptr);
-    EXPECT_NE(zevtest::FindWord(words, c.tag, 1), nullptr);
+    // Where it was drawn: 300 units (36 points) from the page's top left.
+    const zevtest::PdfWord* tag = zevtest::FindWord(words, c.tag, 1);
+    ASSERT_NE(tag, nullptr);
+    EXPECT_NEAR(tag->xMin, 36, 2);
+    if (c.orient == DMORIENT_LANDSCAPE) {
+      EXPECT_NEAR(tag->yMax, 842 - 36, 4);  // the landscape top is the paper's left edge
+      EXPECT_LT(tag->xMax - tag->xMin, tag->yMax - tag->yMin);
+    } else {
+      EXPECT_NEAR(tag->yMin, 36, 4);
+      EXPECT_GT(tag->xMax - tag->xMin, tag->yMax - tag->yMin);
+    }
   }
 }
 
