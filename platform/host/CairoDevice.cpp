@@ -241,9 +241,9 @@ class CairoSurface : public Surface {
       cairo_rectangle(m_cr, clip->left, clip->top, double(clip->right) - clip->left, double(clip->bottom) - clip->top);
       cairo_clip(m_cr);
     }
-    if (m_font != hf->scaled) {
+    if (m_font != font.host) {
       cairo_set_scaled_font(m_cr, static_cast<cairo_scaled_font_t*>(hf->scaled));
-      m_font = hf->scaled;
+      m_font = font.host;  // held, so that its address cannot come back as another font
     }
     SetColor(m_cr, color);
     m_glyphs.resize(std::size_t(n));
@@ -472,7 +472,7 @@ class CairoSurface : public Surface {
   std::vector<std::pair<std::string, std::string>> m_pngPages;
   cairo_surface_t* m_surface = nullptr;
   cairo_t* m_cr = nullptr;
-  const void* m_font = nullptr;
+  std::shared_ptr<void> m_font;
   cairo_surface_t* m_logo = nullptr;
   std::vector<cairo_glyph_t> m_glyphs;
   std::vector<cairo_text_cluster_t> m_clusters;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -21,6 +22,20 @@
 #include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
+#endif
+
+// Builds with AddressSanitizer: fontconfig keeps the configuration it parses once per
+// process (freed only by FcFini, which cannot run while cairo still holds fonts). This
+// file is linked whenever fonts are used, so the list comes along, static link or not.
+#if defined(__SANITIZE_ADDRESS__)
+#define ZEV_WITH_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ZEV_WITH_ASAN 1
+#endif
+#endif
+#if ZEV_WITH_ASAN
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
 #endif
 
 namespace zev::gdi {
@@ -73,6 +88,8 @@ namespace {
 
 // 10 points at 600 dpi: the size of a font asked for with height 0.
 constexpr int kDefaultEm = 83;
+// Cached faces and fonts beyond this are dropped (a report uses a handful).
+constexpr std::size_t kMaxCached = 256;
 
 std::string Lower(const char* s) {
   std::string r;
@@ -122,6 +139,11 @@ const Face& FindFace(const std::string& name, int weight, bool italic) {
   std::string key = Lower(name.c_str()) + '\n' + std::to_string(FcWeightOf(weight)) + (italic ? "i" : "r");
   auto it = Faces().find(key);
   if (it != Faces().end()) return it->second;
+  if (Faces().size() >= kMaxCached) {
+    // Faces asked for by name are unbounded; fonts in use keep their own reference.
+    for (auto& entry : Faces()) cairo_font_face_destroy(entry.second.face);
+    Faces().clear();
+  }
   static bool fcReady = FcInit();
   (void)fcReady;
   FcPattern* pat = FcPatternCreate();
@@ -227,6 +249,10 @@ std::shared_ptr<const FontMetrics> ResolveFont(const LOGFONTA& lfIn) {
   double em = h < 0 ? -double(h) : h > 0 ? double(h) / face.cellPerEm : kDefaultEm;
   em = std::max(em, 0.5);
   std::shared_ptr<const FontMetrics> fm = Build(lf, face, em);
+  if (Fonts().size() >= kMaxCached) {
+    // Every size is a font of its own: drop those no context or object holds.
+    for (auto f = Fonts().begin(); f != Fonts().end();) f = f->second.use_count() == 1 ? Fonts().erase(f) : std::next(f);
+  }
   Fonts().emplace(key, fm);
   return fm;
 #else
