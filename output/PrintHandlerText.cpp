@@ -294,7 +294,8 @@ int CPrintHandler::PrintOneLine(int x, const CString& line, int) {
   const int y = m_pOutputInfo ? m_pOutputInfo->m_nCurrentY : 0;
   int result = 1;
   const char* s = line.GetString();
-  const int len = line.GetLength();
+  // On a page outside the range nothing is drawn and x serves nothing: only y moves.
+  const int len = IsOutputDisabled() ? 0 : line.GetLength();
   int pos = 0;
   while (pos < len) {
     const char* tab = static_cast<const char*>(std::memchr(s + pos, '\t', size_t(len - pos)));

@@ -223,8 +223,8 @@ TEST(PrintCommand, CtrlCCancelsAndLeavesNoFile) {
   const fs::path fifo = dir / "in", pdf = dir / "out.pdf";
   const std::string zev = ZEV_BINARY_DIR "/tools/zevutil/zevutil";
   // The input stays open, so the job is still running when the interrupt comes.
-  const std::string script = "cd '" + dir.string() + "'\nmkfifo in\n(printf 'a\\nb\\n'; sleep 3) > in &\n'" + zev +
-                             "' print --pdf '" + pdf.string() + "' < in 2>err.txt &\nz=$!\nsleep 1\n" +
+  const std::string script = "cd '" + dir.string() + "'\nmkfifo in\n(printf 'a\\nb\\n'; sleep 8) > in &\n'" + zev +
+                             "' print --pdf '" + pdf.string() + "' < in 2>err.txt &\nz=$!\nsleep 2\n" +
                              "kill -INT $z\nwait $z\necho status=$?\n";
   const std::string out = Shell("sh '" + WriteFile(dir / "run.sh", script) + "'");
   EXPECT_NE(out.find("status=130"), std::string::npos) << out << ReadFile(dir / "err.txt");
