@@ -11,7 +11,11 @@ PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile
 # The window layer's GTK 3 backend, and the private X server its real-window tests run on.
 TOOLKIT_PKGS := libgtk-3-dev libxtst-dev fonts-liberation
 GUI_TEST_PKGS := xvfb xauth
-BENCH_PKGS := libbenchmark-dev libstaden-read-dev libpcre2-dev libre2-dev
+# Print devices (cairo, fontconfig, CUPS), their fonts, the private scheduler of the
+# CUPS tests and the poppler tools that read our PDF and PNG output back.
+PRINT_PKGS := libcairo2-dev libfontconfig-dev libcups2-dev fonts-liberation cups-daemon cups-client \
+              cups-filters poppler-utils
+BENCH_PKGS := libbenchmark-dev libstaden-read-dev libpcre2-dev libre2-dev enscript ghostscript
 FUZZ_PKGS := clang libclang-rt-14-dev
 
 define ensure_pkgs
@@ -28,7 +32,7 @@ endef
 all: build
 
 deps:
-	$(call ensure_pkgs,$(BUILD_PKGS) $(PEER_PKGS) $(TOOLKIT_PKGS) $(GUI_TEST_PKGS))
+	$(call ensure_pkgs,$(BUILD_PKGS) $(PEER_PKGS) $(TOOLKIT_PKGS) $(GUI_TEST_PKGS) $(PRINT_PKGS))
 
 build: deps
 	cmake --preset $(PRESET) >/dev/null

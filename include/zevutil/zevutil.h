@@ -54,6 +54,10 @@
 #include "zevutil/CAbi.h"
 
 // Output and export.
+#include "zevutil/COutputDef.h"
+#include "zevutil/COutputInfo.h"
+#include "zevutil/CPrintHandler.h"
+#include "zevutil/CPrintObject.h"
 
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"

@@ -26,5 +26,6 @@ void AddTraceCommands(CLI::App& app);  // dump, convert
 void AddCodecCommands(CLI::App& app);  // lzss, grep
 void AddIdentityCommands(CLI::App& app);  // id, version
 void AddObjectCommands(CLI::App& app);    // colors, calib
+void AddPrintCommands(CLI::App& app);     // print, printers
 
 }  // namespace zevcli

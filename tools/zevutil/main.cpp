@@ -58,6 +58,7 @@ int main(int argc, char** argv) {
   zevcli::AddCodecCommands(app);
   zevcli::AddIdentityCommands(app);
   zevcli::AddObjectCommands(app);
+  zevcli::AddPrintCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {

@@ -21,3 +21,5 @@
 #include "zevutil/platform/WindowMessages.h"
 #include "zevutil/platform/Window.h"
 #include "zevutil/platform/WindowTesting.h"
+#include "zevutil/platform/Gdi.h"
+#include "zevutil/platform/Print.h"
