@@ -453,11 +453,12 @@ class DialogTemplate {
   DialogTemplate(DWORD style, short x, short y, short cx, short cy, const char* caption, DWORD exStyle = 0);
   DialogTemplate& SetFont(const char* face, WORD pointSize);
   DialogTemplate& SetClassName(const char* className);  // default: the dialog class
-  // Any control.
+  // Any control; WS_CHILD | WS_VISIBLE are added, as for every control of a template (hide
+  // one with ShowWindow after creation).
   DialogTemplate& Control(const char* text, WORD id, const char* className, DWORD style, short x, short y,
                           short cx, short cy, DWORD exStyle = 0);
-  // The usual resource statements (WS_CHILD | WS_VISIBLE are added; the default extra
-  // styles of each statement are those of the resource compiler).
+  // The usual resource statements, with the default extra styles of each (WS_TABSTOP for
+  // push buttons, check boxes and edits, WS_GROUP for text, WS_BORDER for edits and lists).
   DialogTemplate& PushButton(const char* text, WORD id, short x, short y, short cx, short cy, DWORD style = 0);
   DialogTemplate& DefPushButton(const char* text, WORD id, short x, short y, short cx, short cy,
                                 DWORD style = 0);
