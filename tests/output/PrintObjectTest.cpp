@@ -267,3 +267,34 @@ TEST_F(PrintJob, PreviewHostedByAWindow) {
     EXPECT_EQ(opts.log->startPage, 0);  // the host starts the device pages
   }
 }
+
+TEST_F(PrintJob, EmbeddedObjectPrintsIntoTheHostsPage) {
+  // The host hands its job state to a nested object on its first page.
+  struct Host : LinesObject {
+    LinesObject inner;
+    int innerResult = -1;
+    int OutputGraphics(COutputInfo* info) override {
+      if (innerResult < 0) {
+        // The nested job counts its strings on the shared state: the host keeps its own.
+        const LONG index = info->m_nStringIndex;
+        innerResult = inner.PrintEmbeddedObject(CPageFormatDef(), CObjectOutputDef(), info);
+        info->m_nStringIndex = index;
+      }
+      return 1;
+    }
+  } host;
+  host.lines = {"host 0", "host 1"};
+  host.inner.lines = {"inner 0", "inner 1", "inner 2"};
+  EXPECT_EQ(Run(host), 1);
+  EXPECT_EQ(host.innerResult, 1);
+  std::vector<std::string> body;
+  std::vector<int> ys;
+  for (const TestDrawCall& t : OnPage(1))
+    if (t.y >= 475 && t.y < 5625) {
+      body.push_back(t.text);
+      ys.push_back(t.y);
+    }
+  EXPECT_EQ(body, (std::vector<std::string>{"inner 0", "inner 1", "inner 2", "host 0", "host 1"}));
+  EXPECT_EQ(ys, (std::vector<int>{475, 495, 515, 535, 555}));
+  EXPECT_EQ(log->startPage, 1);
+}
