@@ -4,6 +4,8 @@
 // its cancel, printing hosted by a window.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -297,4 +299,35 @@ TEST_F(PrintJob, EmbeddedObjectPrintsIntoTheHostsPage) {
   EXPECT_EQ(body, (std::vector<std::string>{"inner 0", "inner 1", "inner 2", "host 0", "host 1"}));
   EXPECT_EQ(ys, (std::vector<int>{475, 495, 515, 535, 555}));
   EXPECT_EQ(log->startPage, 1);
+}
+
+TEST(PrintToPdf, OutOfRangePaperAndOrientationGiveADocumentOrAClearFailure) {
+  const std::string dir = std::getenv("ZEV_TEST_TMP") ? std::getenv("ZEV_TEST_TMP") : "/tmp";
+  struct Case {
+    short paper, orientation;
+  };
+  for (const Case& c : {Case{999, 1}, Case{-5, 2}, Case{9, 7}, Case{0, -1}, Case{11, 2}}) {
+    SCOPED_TRACE(::testing::Message() << c.paper << "/" << c.orientation);
+    const std::string pdf = dir + "/paper" + std::to_string(c.paper) + "_" + std::to_string(c.orientation) + ".pdf";
+    std::remove(pdf.c_str());
+    CPageFormatDef fmt;
+    fmt.m_device.m_strPrinterName = kPrintToPdfName;
+    fmt.m_device.m_strFileName = pdf.c_str();
+    fmt.m_device.m_nPaperSize = c.paper;
+    fmt.m_device.m_nOrientation = c.orientation;
+    LinesObject obj;
+    obj.lines = Numbered(100);
+    auto old = SetMessageBoxHandler([](HWND, const char*, const char*, UINT style) { return DefaultMessageBoxAnswer(style); });
+    const int ok = obj.PrintObject(fmt, CObjectOutputDef());
+    SetMessageBoxHandler(old);
+    FILE* f = std::fopen(pdf.c_str(), "rb");
+    EXPECT_EQ(ok == 1, f != nullptr);
+    if (f) {
+      char head[5] = {};
+      EXPECT_EQ(std::fread(head, 1, 4, f), 4u);
+      EXPECT_STREQ(head, "%PDF");
+      std::fclose(f);
+    }
+    std::remove(pdf.c_str());
+  }
 }
