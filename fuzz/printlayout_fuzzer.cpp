@@ -6,13 +6,13 @@
 using namespace zev;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size > 20000) return 0;
-  static const bool registered = [] {
+  if (size > 6000) return 0;
+  static const std::shared_ptr<TestDeviceLog> log = [] {
     TestDeviceOptions opts;
     RegisterTestPrinter("fuzz-layout", opts);
-    return true;
+    return opts.log;
   }();
-  (void)registered;
+  log->Clear();  // one run's calls at a time
   zevfuzz::FuzzLines job(data, size);
   CPageFormatDef format;
   format.m_device.m_strPrinterName = "fuzz-layout";

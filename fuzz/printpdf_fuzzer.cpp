@@ -5,6 +5,13 @@
 
 using namespace zev;
 
+// fontconfig keeps its one-time configuration for the life of the process.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
+#endif
+#endif
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size > 4000) return 0;
   static zevfuzz::ScratchFolder scratch("zevfuzz-printpdf");

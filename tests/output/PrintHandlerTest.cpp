@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "zevutil/CPrintHandler.h"
@@ -328,4 +329,55 @@ TEST(PrintHandler, WithoutADevice) {
   EXPECT_EQ(info.NeedNewPage(20), 1);  // exactly at the bottom
   EXPECT_EQ(info.GetToPage(), 0xFFFFFFFFu);
   EXPECT_EQ(info.GetFromPage(), 1u);
+}
+
+TEST(PrintHandler, FpuGuardPutsTheControlWordBack) {
+  const unsigned int before = _control87(0, 0);
+  {
+    CPrintFpuGuard guard("PrintOneLine");
+    EXPECT_EQ(guard.Check("nothing changed"), 1);
+    _control87(_PC_24, MCW_PC);  // a driver that leaves the precision changed
+    if ((_control87(0, 0) & MCW_PC) == _PC_24) {
+      EXPECT_EQ(guard.Check("OutputGraphics", 0), 0);
+      EXPECT_EQ(_control87(0, 0) & MCW_PC, _PC_24);  // not put back without bRestore
+    }
+  }
+  EXPECT_EQ(_control87(0, 0), before);
+  {
+    CPrintFpuGuard guard("PrintHeader");
+    _control87(_RC_CHOP, MCW_RC);
+  }
+  // kept: the restore mask 0xF001F leaves the rounding bits as the driver left them.
+  EXPECT_EQ(_control87(0, 0) & MCW_RC, _RC_CHOP);
+  _control87(before, MCW_RC);
+  EXPECT_EQ(_control87(0, 0), before);
+}
+
+TEST(OutputInfo, ErrorTextsAndTheThreadsCancelFlag) {
+  COutputInfo info(EXPORT_TEXT);
+  ASSERT_NE(info.m_pFile, nullptr);
+  EXPECT_EQ(info.m_pPrintInfo, nullptr);
+  info.SetErrorMsg(std::string(300, 'e').c_str(), 1);
+  EXPECT_EQ(info.m_bFailed, 1);
+  EXPECT_EQ(std::string(info.m_szErrorMsg), std::string(255, 'e'));
+  info.SetErrorMsg(0);
+  EXPECT_EQ(info.m_bFailed, 0);
+  info.SetErrorMsg(DWORD(ERROR_FILE_NOT_FOUND), 1);
+  EXPECT_NE(info.m_szErrorMsg[0], '\0');
+  info.SetErrorMsg(static_cast<CException*>(nullptr), 0);  // nothing happens
+  EXPECT_EQ(info.m_bFailed, 1);
+
+  // Each thread has its own flag; a released flag is followed by a fresh, clear one.
+  LONG* mine = info.m_pCancelFlag;
+  EXPECT_EQ(mine, GetThreadCancelFlag());
+  LONG* theirs = nullptr;
+  std::thread([&] { theirs = GetThreadCancelFlag(); }).join();
+  EXPECT_NE(theirs, mine);
+  *mine = 1;
+  {
+    COutputInfo other(EXPORT_NONE);
+    EXPECT_EQ(*other.m_pCancelFlag, 1);
+  }  // its destructor releases this thread's flag
+  EXPECT_EQ(*GetThreadCancelFlag(), 0);
+  EXPECT_EQ(*mine, 1);  // still readable by the job that points at it
 }

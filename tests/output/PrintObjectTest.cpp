@@ -4,6 +4,8 @@
 // its cancel, printing hosted by a window.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -265,5 +267,67 @@ TEST_F(PrintJob, PreviewHostedByAWindow) {
       if (t.text.rfind("Page: ", 0) == 0) footers.push_back(t.text);
     EXPECT_EQ(footers, c.footers);
     EXPECT_EQ(opts.log->startPage, 0);  // the host starts the device pages
+  }
+}
+
+TEST_F(PrintJob, EmbeddedObjectPrintsIntoTheHostsPage) {
+  // The host hands its job state to a nested object on its first page.
+  struct Host : LinesObject {
+    LinesObject inner;
+    int innerResult = -1;
+    int OutputGraphics(COutputInfo* info) override {
+      if (innerResult < 0) {
+        // The nested job counts its strings on the shared state: the host keeps its own.
+        const LONG index = info->m_nStringIndex;
+        innerResult = inner.PrintEmbeddedObject(CPageFormatDef(), CObjectOutputDef(), info);
+        info->m_nStringIndex = index;
+      }
+      return 1;
+    }
+  } host;
+  host.lines = {"host 0", "host 1"};
+  host.inner.lines = {"inner 0", "inner 1", "inner 2"};
+  EXPECT_EQ(Run(host), 1);
+  EXPECT_EQ(host.innerResult, 1);
+  std::vector<std::string> body;
+  std::vector<int> ys;
+  for (const TestDrawCall& t : OnPage(1))
+    if (t.y >= 475 && t.y < 5625) {
+      body.push_back(t.text);
+      ys.push_back(t.y);
+    }
+  EXPECT_EQ(body, (std::vector<std::string>{"inner 0", "inner 1", "inner 2", "host 0", "host 1"}));
+  EXPECT_EQ(ys, (std::vector<int>{475, 495, 515, 535, 555}));
+  EXPECT_EQ(log->startPage, 1);
+}
+
+TEST(PrintToPdf, OutOfRangePaperAndOrientationGiveADocumentOrAClearFailure) {
+  const std::string dir = std::getenv("ZEV_TEST_TMP") ? std::getenv("ZEV_TEST_TMP") : "/tmp";
+  struct Case {
+    short paper, orientation;
+  };
+  for (const Case& c : {Case{999, 1}, Case{-5, 2}, Case{9, 7}, Case{0, -1}, Case{11, 2}}) {
+    SCOPED_TRACE(::testing::Message() << c.paper << "/" << c.orientation);
+    const std::string pdf = dir + "/paper" + std::to_string(c.paper) + "_" + std::to_string(c.orientation) + ".pdf";
+    std::remove(pdf.c_str());
+    CPageFormatDef fmt;
+    fmt.m_device.m_strPrinterName = kPrintToPdfName;
+    fmt.m_device.m_strFileName = pdf.c_str();
+    fmt.m_device.m_nPaperSize = c.paper;
+    fmt.m_device.m_nOrientation = c.orientation;
+    LinesObject obj;
+    obj.lines = Numbered(100);
+    auto old = SetMessageBoxHandler([](HWND, const char*, const char*, UINT style) { return DefaultMessageBoxAnswer(style); });
+    const int ok = obj.PrintObject(fmt, CObjectOutputDef());
+    SetMessageBoxHandler(old);
+    FILE* f = std::fopen(pdf.c_str(), "rb");
+    EXPECT_EQ(ok == 1, f != nullptr);
+    if (f) {
+      char head[5] = {};
+      EXPECT_EQ(std::fread(head, 1, 4, f), 4u);
+      EXPECT_STREQ(head, "%PDF");
+      std::fclose(f);
+    }
+    std::remove(pdf.c_str());
   }
 }

@@ -355,7 +355,9 @@ void AddPrintCommands(CLI::App& app) {
                     "are replaced")
       ->type_name("TEXT");
   print->add_option("--footer", o->footers, "a footer line (up to three), as --header")->type_name("TEXT");
-  print->add_option("--tabs", o->tabs, "tab stops in inches, growing; a negative stop is right-aligned")
+  print->add_option("--tabs", o->tabs,
+                    "tab stops in inches from the paper's edge, growing; a negative stop ends a right-aligned "
+                    "column that starts at the stop before it, and the text after that column follows at its end")
       ->type_name("LIST");
   print->add_flag("--no-header", o->noHeader, "no header band");
   print->add_flag("--no-footer", o->noFooter, "no footer band");
