@@ -721,6 +721,10 @@ void CRegExp::BuildTables() {
   if (t->firstValid) {
     std::copy(std::begin(t->first), std::end(t->first), t->plan.firstScan.has);
     t->plan.firstScan.Finish();
+    // A required byte set that is the first set itself: the search's own scan asks the same.
+    if (t->plan.requiredSetValid && !t->firstAtEnd &&
+        std::equal(std::begin(t->plan.requiredSet.has), std::end(t->plan.requiredSet.has), t->plan.firstScan.has))
+      t->plan.requiredSetValid = false;
   }
 }
 
