@@ -1323,7 +1323,7 @@ int CRegExp::RegFind(const char* text) {
     m_pRegBol = text;
     ClearBounds(m_apStartp);
     ClearBounds(m_apEndp);
-    const regexplan::Step& first = t->plan.steps[0];
+    const bool groups = t->plan.groups;  // without groups a failed try leaves the bounds clear
     const char* start = text;
     const char* end = nullptr;
     if (shape == regexplan::SearchPlan::kAnchoredSteps) {
@@ -1336,13 +1336,16 @@ int CRegExp::RegFind(const char* text) {
                                return 1;
                              });
     } else {
+      const regexplan::Step& first = t->plan.steps[0];
       const char* lit = reinterpret_cast<const char*>(first.text);
       start = first.len == 1 ? std::strchr(text, lit[0]) : std::strstr(text, lit);
       if (start) end = start + first.len;
     }
     if (!end) {
-      ClearBounds(m_apStartp);
-      ClearBounds(m_apEndp);
+      if (groups) {
+        ClearBounds(m_apStartp);
+        ClearBounds(m_apEndp);
+      }
       return -1;
     }
     m_apStartp[0] = start;

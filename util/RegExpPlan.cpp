@@ -345,6 +345,7 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
     }
   }
   for (Step& step : plan.steps) {
+    plan.groups |= step.kind == Step::kOpen || step.kind == Step::kClose;
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
     if (step.kind == Step::kLit) {
       const std::string& lit = plan.lits[std::size_t(step.lit)];

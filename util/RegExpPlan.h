@@ -205,6 +205,7 @@ struct SearchPlan {
   // whose follower cannot begin with a byte of the run (or that end the match), and
   // alternatives of literals of which none begins another. Empty when there is none.
   std::vector<Step> steps;
+  bool groups = false;  // the steps mark groups
   std::vector<std::array<unsigned char, 256>> sets;
   std::vector<std::string> lits;
 
