@@ -2,7 +2,9 @@
 // pass and emits it in a second. The matcher backtracks over an explicit stack instead
 // of the call stack, so no text or pattern can exhaust the thread's stack, and it
 // remembers calls that failed so that ambiguous loops cannot take exponential time; both
-// leave every result exactly as plain recursive backtracking gives it.
+// leave every result exactly as plain recursive backtracking gives it. The searches ask
+// the compiled program's search plan (RegExpPlan.h) which texts, places and tries they
+// may skip, and run programs without real choices as straight steps.
 #include "zevutil/CRegExp.h"
 
 #include <algorithm>
