@@ -2,7 +2,9 @@
 // pass and emits it in a second. The matcher backtracks over an explicit stack instead
 // of the call stack, so no text or pattern can exhaust the thread's stack, and it
 // remembers calls that failed so that ambiguous loops cannot take exponential time; both
-// leave every result exactly as plain recursive backtracking gives it.
+// leave every result exactly as plain recursive backtracking gives it. The searches ask
+// the compiled program's search plan (RegExpPlan.h) which texts, places and tries they
+// may skip, and run programs without real choices as straight steps.
 #include "zevutil/CRegExp.h"
 
 #include <algorithm>
@@ -721,6 +723,10 @@ void CRegExp::BuildTables() {
   if (t->firstValid) {
     std::copy(std::begin(t->first), std::end(t->first), t->plan.firstScan.has);
     t->plan.firstScan.Finish();
+    // A required byte set that is the first set itself: the search's own scan asks the same.
+    if (t->plan.requiredSetValid && !t->firstAtEnd &&
+        std::equal(std::begin(t->plan.requiredSet.has), std::end(t->plan.requiredSet.has), t->plan.firstScan.has))
+      t->plan.requiredSetValid = false;
   }
 }
 
@@ -1319,7 +1325,7 @@ int CRegExp::RegFind(const char* text) {
     m_pRegBol = text;
     ClearBounds(m_apStartp);
     ClearBounds(m_apEndp);
-    const regexplan::Step& first = t->plan.steps[0];
+    const bool groups = t->plan.groups;  // without groups a failed try leaves the bounds clear
     const char* start = text;
     const char* end = nullptr;
     if (shape == regexplan::SearchPlan::kAnchoredSteps) {
@@ -1332,13 +1338,16 @@ int CRegExp::RegFind(const char* text) {
                                return 1;
                              });
     } else {
+      const regexplan::Step& first = t->plan.steps[0];
       const char* lit = reinterpret_cast<const char*>(first.text);
       start = first.len == 1 ? std::strchr(text, lit[0]) : std::strstr(text, lit);
       if (start) end = start + first.len;
     }
     if (!end) {
-      ClearBounds(m_apStartp);
-      ClearBounds(m_apEndp);
+      if (groups) {
+        ClearBounds(m_apStartp);
+        ClearBounds(m_apEndp);
+      }
       return -1;
     }
     m_apStartp[0] = start;

@@ -315,6 +315,10 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
       if (!heads[0].empty()) {
         plan.inner = std::move(heads);
         plan.innerFilter.Build(plan.inner);
+        // The search looks for a single inner literal first thing: no need to ask before.
+        if (plan.inner.size() == 1)
+          plan.required.erase(std::remove(plan.required.begin(), plan.required.end(), plan.inner[0]),
+                              plan.required.end());
       }
     }
   }
@@ -341,6 +345,7 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
     }
   }
   for (Step& step : plan.steps) {
+    plan.groups |= step.kind == Step::kOpen || step.kind == Step::kClose;
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
     if (step.kind == Step::kLit) {
       const std::string& lit = plan.lits[std::size_t(step.lit)];

@@ -80,6 +80,8 @@ struct LiteralFilter {
   std::size_t shortest = 0;  // the shortest literal's length
   std::size_t gap = 0;
   char first[4] = {}, atGap[4] = {};  // the possible bytes, repeated to fill four
+  std::size_t mid = 0;                // a third place between them (0: none), and its bytes
+  char atMid[4] = {};
 
   void Build(const std::vector<std::string>& lits) {
     valid = false;
@@ -102,6 +104,15 @@ struct LiteralFilter {
         atGap[j] = there[j % there.size()];
       }
       valid = true;
+      // A third place cuts the chance matches that each cost a full comparison.
+      mid = 0;
+      for (std::size_t k = gap / 2; k > 0 && k < gap; k = k + 1 < gap ? k + 1 : 0) {
+        const std::string between = distinct(k);
+        if (between.size() > 4) continue;
+        mid = k;
+        for (std::size_t j = 0; j < 4; ++j) atMid[j] = between[j % between.size()];
+        break;
+      }
       return;
     }
   }
@@ -131,7 +142,10 @@ int EachLiteral(const unsigned char* u, std::size_t len, const std::vector<std::
     const __m128i f2 = _mm_set1_epi8(f.first[2]), f3 = _mm_set1_epi8(f.first[3]);
     const __m128i g0 = _mm_set1_epi8(f.atGap[0]), g1 = _mm_set1_epi8(f.atGap[1]);
     const __m128i g2 = _mm_set1_epi8(f.atGap[2]), g3 = _mm_set1_epi8(f.atGap[3]);
-    // Bit k: place at + k has a possible first byte, and a possible byte at the gap.
+    const __m128i m0 = _mm_set1_epi8(f.atMid[0]), m1 = _mm_set1_epi8(f.atMid[1]);
+    const __m128i m2 = _mm_set1_epi8(f.atMid[2]), m3 = _mm_set1_epi8(f.atMid[3]);
+    const std::size_t mid = f.mid;
+    // Bit k: place at + k has a possible first byte, and possible bytes at the gap and mid.
     auto mask = [&](std::size_t at) {
       const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at));
       const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at + gap));
@@ -139,7 +153,13 @@ int EachLiteral(const unsigned char* u, std::size_t len, const std::vector<std::
                                        _mm_or_si128(_mm_cmpeq_epi8(a, f2), _mm_cmpeq_epi8(a, f3)));
       const __m128i inB = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(b, g0), _mm_cmpeq_epi8(b, g1)),
                                        _mm_or_si128(_mm_cmpeq_epi8(b, g2), _mm_cmpeq_epi8(b, g3)));
-      return unsigned(_mm_movemask_epi8(_mm_and_si128(inA, inB)));
+      __m128i in = _mm_and_si128(inA, inB);
+      if (mid) {
+        const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + at + mid));
+        in = _mm_and_si128(in, _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(c, m0), _mm_cmpeq_epi8(c, m1)),
+                                            _mm_or_si128(_mm_cmpeq_epi8(c, m2), _mm_cmpeq_epi8(c, m3))));
+      }
+      return unsigned(_mm_movemask_epi8(in));
     };
     bool tail = false;
     for (;;) {
@@ -205,6 +225,7 @@ struct SearchPlan {
   // whose follower cannot begin with a byte of the run (or that end the match), and
   // alternatives of literals of which none begins another. Empty when there is none.
   std::vector<Step> steps;
+  bool groups = false;  // the steps mark groups
   std::vector<std::array<unsigned char, 256>> sets;
   std::vector<std::string> lits;
 
