@@ -11,19 +11,16 @@
 
 #include "zevutil/platform/CString.h"
 #include "zevutil/platform/Types.h"
+#include "zevutil/platform/WinTypes.h"
 
 namespace zev {
 
 // ---- handles ----
 struct HDC__;
-struct HFONT__;
 struct HPEN__;
-struct HBRUSH__;
 struct HBITMAP__;
 using HDC = HDC__*;
-using HFONT = HFONT__*;
 using HPEN = HPEN__*;
-using HBRUSH = HBRUSH__*;
 using HBITMAP = HBITMAP__*;
 using HGDIOBJ = void*;
 using HGLOBAL = void*;
@@ -31,24 +28,6 @@ using HGLOBAL = void*;
 class CWnd;
 
 // ---- geometry records ----
-struct POINT {
-  LONG x;
-  LONG y;
-};
-struct SIZE {
-  LONG cx;
-  LONG cy;
-};
-struct RECT {
-  LONG left;
-  LONG top;
-  LONG right;
-  LONG bottom;
-};
-using LPPOINT = POINT*;
-using LPSIZE = SIZE*;
-using LPRECT = RECT*;
-using LPCRECT = const RECT*;
 
 class CSize : public SIZE {
  public:

@@ -18,6 +18,7 @@
 #include "zevutil/platform/Registry.h"
 #include "zevutil/platform/Profile.h"
 #include "zevutil/platform/Process.h"
+#include "zevutil/platform/WinTypes.h"
 #include "zevutil/platform/WindowMessages.h"
 #include "zevutil/platform/Window.h"
 #include "zevutil/platform/WindowTesting.h"

@@ -16,6 +16,7 @@
 
 #include "zevutil/platform/Host.h"
 #include "zevutil/platform/Types.h"
+#include "zevutil/platform/WinTypes.h"
 #include "zevutil/platform/WindowMessages.h"
 
 namespace zev {
@@ -26,28 +27,9 @@ using HHOOK = void*;
 using HMENU = void*;
 using HICON = void*;
 using HCURSOR = void*;
-using HBRUSH = void*;
-using HFONT = void*;
 using LONG_PTR = std::intptr_t;
 using ULONG_PTR = std::uintptr_t;
 
-struct POINT {
-  LONG x;
-  LONG y;
-};
-struct SIZE {
-  LONG cx;
-  LONG cy;
-};
-struct RECT {
-  LONG left;
-  LONG top;
-  LONG right;
-  LONG bottom;
-};
-using LPPOINT = POINT*;
-using LPRECT = RECT*;
-using LPCRECT = const RECT*;
 
 struct MSG {
   HWND hwnd;
