@@ -224,7 +224,9 @@ TEST(PrintCommand, CtrlCCancelsAndLeavesNoFile) {
   const std::string zev = ZEV_BINARY_DIR "/tools/zevutil/zevutil";
   // The input stays open, so the job is still running when the interrupt comes.
   const std::string script = "cd '" + dir.string() + "'\nmkfifo in\n(printf 'a\\nb\\n'; sleep 8) > in &\n'" + zev +
-                             "' print --pdf '" + pdf.string() + "' < in 2>err.txt &\nz=$!\nsleep 2\n" +
+                             "' print --pdf '" + pdf.string() + "' < in 2>err.txt &\nz=$!\n" +
+                             // The job has started once its temporary file is there.
+                             "for i in $(seq 300); do ls out.pdf.part* >/dev/null 2>&1 && break; sleep 0.05; done\n" +
                              "kill -INT $z\nwait $z\necho status=$?\n";
   const std::string out = Shell("sh '" + WriteFile(dir / "run.sh", script) + "'");
   EXPECT_NE(out.find("status=130"), std::string::npos) << out << ReadFile(dir / "err.txt");
