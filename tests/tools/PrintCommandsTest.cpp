@@ -1,7 +1,8 @@
 // The print and printers commands as a user runs them, the output read back as a PDF
 // reader sees it (poppler's pdfinfo and pdftotext -bbox): pages, footers, page ranges,
-// right-aligned columns, wrapped words, header parts, bad input, cancel.
+// right-aligned columns, wrapped words, header parts, bad input, cancel, CUPS queues.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
@@ -224,7 +225,9 @@ TEST(PrintCommand, CtrlCCancelsAndLeavesNoFile) {
   const std::string zev = ZEV_BINARY_DIR "/tools/zevutil/zevutil";
   // The input stays open, so the job is still running when the interrupt comes.
   const std::string script = "cd '" + dir.string() + "'\nmkfifo in\n(printf 'a\\nb\\n'; sleep 8) > in &\n'" + zev +
-                             "' print --pdf '" + pdf.string() + "' < in 2>err.txt &\nz=$!\nsleep 2\n" +
+                             "' print --pdf '" + pdf.string() + "' < in 2>err.txt &\nz=$!\n" +
+                             // The job has started once its temporary file is there.
+                             "for i in $(seq 300); do ls out.pdf.part* >/dev/null 2>&1 && break; sleep 0.05; done\n" +
                              "kill -INT $z\nwait $z\necho status=$?\n";
   const std::string out = Shell("sh '" + WriteFile(dir / "run.sh", script) + "'");
   EXPECT_NE(out.find("status=130"), std::string::npos) << out << ReadFile(dir / "err.txt");
@@ -242,4 +245,33 @@ TEST(PrintersCommand, ListsTheBuiltInDestinations) {
   Result t = RunZev({"printers"});
   ASSERT_EQ(t.status, 0);
   EXPECT_NE(t.out.find("Print to PDF"), std::string::npos);
+}
+
+// Against a private scheduler with two file queues that write PDF (the shared CUPS test
+// script; nothing under /etc is touched): a queue by name, the default queue, the list,
+// and an unknown name.
+TEST(PrintCommand, CupsQueuesByNameAndByDefault) {
+  const std::string script = std::string(ZEV_SHARED_DIR) + "/tools/cups-ci.sh";
+  if (::geteuid() != 0 || !fs::exists("/usr/sbin/cupsd") || !fs::exists(script))
+    GTEST_SKIP() << "a private cupsd needs root, cups-daemon and " << script;
+  const fs::path dir = zevrun::FreshScratch("print_cups");
+  const std::string in = WriteFile(dir / "in.txt", Report(150));
+  const std::string zev = ZEV_BINARY_DIR "/tools/zevutil/zevutil";
+  const std::string body =
+      ". '" + script + "'\nD=/tmp/zev-cli-cups-$$\n"
+      "cups_start \"$D\" >/dev/null 2>&1 || { echo start_failed; exit 0; }\ntrap 'cups_stop; rm -rf \"$D\"' EXIT\n"
+      "cups_add_file_queue zevcli default && cups_add_file_queue zevcli2 || { echo queue_failed; exit 0; }\n"
+      "'" + zev + "' print '" + in + "' --printer zevcli2; echo byname=$?\ncups_wait_idle\n"
+      "pdfinfo \"$D/out/zevcli2.pdf\" | sed -n 's/^Pages: */byname_pages=/p'\n"
+      "'" + zev + "' print '" + in + "'; echo default=$?\ncups_wait_idle\n"
+      "pdfinfo \"$D/out/zevcli.pdf\" | sed -n 's/^Pages: */default_pages=/p'\n"
+      "'" + zev + "' printers --json | grep -c '\"kind\": \"CUPS\"' | sed 's/^/cups_queues=/'\n"
+      "'" + zev + "' print '" + in + "' --printer zevnone 2>&1; echo unknown=$?\n";
+  const std::string out = Shell("bash '" + WriteFile(dir / "cups.sh", body) + "'");
+  if (out.find("start_failed") != std::string::npos || out.find("queue_failed") != std::string::npos)
+    GTEST_SKIP() << "the private scheduler did not start: " << out;
+  // 150 report lines make three pages, whichever queue prints them.
+  for (const char* line : {"byname=0", "byname_pages=3", "default=0", "default_pages=3", "cups_queues=2",
+                           "Invalid printer zevnone", "unknown=2"})
+    EXPECT_NE(out.find(line), std::string::npos) << line << "\n" << out;
 }
