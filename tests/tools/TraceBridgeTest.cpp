@@ -113,6 +113,16 @@ TEST(TraceBridgeTest, QualitiesComeFromTheFileAsThePeersReadThem) {
       EXPECT_EQ(b->m_lInserted, 0);
     }
     EXPECT_EQ(q, QualNumbers(kOracle + c.oracle + std::string(".qual")));
+    // Migration times follow the peaks where the run's times give a scan's length.
+    const zev::CCalledBase* first = t.sequence.GetHead();
+    const zev::CCalledBase* last = t.sequence.GetTail();
+    if (t.format == "ABIF") {
+      EXPECT_GT(first->m_fMigrationTime, 0.0f);
+      EXPECT_GT(last->m_fMigrationTime, first->m_fMigrationTime);
+      EXPECT_LT(last->m_fMigrationTime, 4 * 3600.0f);
+    } else {
+      EXPECT_EQ(last->m_fMigrationTime, 0.0f);
+    }
   }
 }
 
