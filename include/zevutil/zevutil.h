@@ -23,6 +23,7 @@
 #include "zevutil/CComSmartPtr.h"
 #include "zevutil/ObjEscrow.h"
 #include "zevutil/CBaseOgramData.h"
+#include "zevutil/PropPages.h"
 
 // Sequence and run-data model.
 #include "zevutil/CBaseSequence.h"
