@@ -4,7 +4,7 @@ echo
 echo "== zevutil print: a sample run report to PDF and to PNG pages"
 report="$out/sample_report.txt"
 {
-  printf 'Run summary for the bundled sample files. The capillaries below were read from the demo data; quality values are the mean over the called bases, and the read length counts the bases between the trims.\n'
+  printf 'A sample run summary laid out by the print engine. The capillary rows below are made-up figures that show tab stops and right-aligned columns; the called bases at the end come from the demo data.\n'
   printf '\n'
   printf 'Capillary\tSample\tRead length\tMean quality\n'
   for i in $(seq 1 48); do
