@@ -6,8 +6,8 @@ JOBS ?= $(shell nproc)
 
 # Packages every build needs, and those the tests use as peers.
 BUILD_PKGS := cmake ninja-build g++ pkg-config ccache tzdata libgtest-dev libgmock-dev libsqlite3-dev \
-              libcli11-dev nlohmann-json3-dev zlib1g-dev
-PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile
+              libcli11-dev nlohmann-json3-dev zlib1g-dev libpng-dev
+PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile python3-gi gir1.2-gdkpixbuf-2.0
 BENCH_PKGS := libbenchmark-dev libstaden-read-dev libpcre2-dev libre2-dev
 FUZZ_PKGS := clang libclang-rt-14-dev
 

@@ -1,5 +1,5 @@
 # Fails if library code outside platform/host/ includes an OS or system-library header.
-set(_bad "unistd\\.h|dirent\\.h|sqlite3\\.h|cairo\\.h|cups/cups\\.h|sys/[a-z_]+\\.h|pthread\\.h|dlfcn\\.h|fcntl\\.h")
+set(_bad "png\\.h|unistd\\.h|dirent\\.h|sqlite3\\.h|cairo\\.h|cups/cups\\.h|sys/[a-z_]+\\.h|pthread\\.h|dlfcn\\.h|fcntl\\.h")
 set(_found "")
 foreach(dir frame identity objects model util formats output export toolkit include platform)
   file(GLOB_RECURSE _files ${ROOT}/${dir}/*.cpp ${ROOT}/${dir}/*.h)

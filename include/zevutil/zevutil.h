@@ -56,3 +56,4 @@
 // Output and export.
 
 // Window toolkit.
+#include "zevutil/CDib.h"

@@ -18,3 +18,4 @@
 #include "zevutil/platform/Registry.h"
 #include "zevutil/platform/Profile.h"
 #include "zevutil/platform/Process.h"
+#include "zevutil/platform/Palette.h"
