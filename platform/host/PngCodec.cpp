@@ -44,6 +44,8 @@ void WriteToVector(png_structp png, png_bytep in, png_size_t n) {
 
 void FlushNothing(png_structp) {}
 void IgnoreWarning(png_structp, png_const_charp) {}
+// Errors return to the decoding or encoding frame quietly: the caller reports 0.
+void QuietError(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 
 // The libpng part of decoding. Rows go into storage the caller sized from the header
 // read by the first call (stage 1); stage 2 decodes into it.
@@ -98,7 +100,7 @@ bool PngSupported() { return true; }
 int DecodePalettePng(const std::uint8_t* data, std::size_t size, PalettePngImage& image) {
   image = PalettePngImage{};
   if (!data || size < 8 || png_sig_cmp(data, 0, 8) != 0) return 0;
-  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, IgnoreWarning);
+  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, QuietError, IgnoreWarning);
   if (!png) return 0;
   png_infop info = png_create_info_struct(png);
   if (!info) {
@@ -138,7 +140,7 @@ int EncodePalettePng(const PalettePngImage& image, std::vector<std::uint8_t>& ou
   for (int i = 0; i < n; ++i)
     plte[i] = png_color{image.palette[std::size_t(i) * 3], image.palette[std::size_t(i) * 3 + 1],
                         image.palette[std::size_t(i) * 3 + 2]};
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, IgnoreWarning);
+  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, QuietError, IgnoreWarning);
   if (!png) return 0;
   png_infop info = png_create_info_struct(png);
   if (!info) {
