@@ -248,10 +248,19 @@ BOOL CDib::ReadPng(const BYTE* data, std::size_t size) {
 BOOL CDib::WritePng(std::vector<BYTE>& out) const {
   out.clear();
   if (m_bits.empty() || m_numColors < 1) return FALSE;
+  // A PNG palette must cover every index, so pixels beyond the table get black
+  // entries; the indices themselves are kept.
+  int top = -1;
+  const DWORD stride = GetStorageWidth();
+  for (int y = 0; y < m_height; ++y) {
+    const BYTE* row = m_bits.data() + std::size_t(y) * stride;
+    for (int x = 0; x < m_width; ++x) top = std::max(top, int(row[x]));
+  }
+  const int entries = std::max(m_numColors, top + 1);
   host::PalettePngImage image;
   image.width = m_width;
   image.height = m_height;
-  image.palette.resize(std::size_t(m_numColors) * 3);
+  image.palette.assign(std::size_t(entries) * 3, 0);
   for (int i = 0; i < m_numColors; ++i) {
     COLORREF c = GetTableColor(i);
     image.palette[std::size_t(i) * 3] = GetRValue(c);
@@ -259,7 +268,6 @@ BOOL CDib::WritePng(std::vector<BYTE>& out) const {
     image.palette[std::size_t(i) * 3 + 2] = GetBValue(c);
   }
   image.pixels.resize(std::size_t(m_width) * std::size_t(m_height));
-  const DWORD stride = GetStorageWidth();
   for (int y = 0; y < m_height; ++y)
     std::memcpy(image.pixels.data() + std::size_t(y) * m_width, m_bits.data() + std::size_t(m_height - 1 - y) * stride,
                 std::size_t(m_width));

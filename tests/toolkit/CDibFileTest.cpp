@@ -296,3 +296,37 @@ TEST(CPaletteMerge, MergesBitmapsFromFiles) {
   EXPECT_EQ(merge.GetResult(2)->total, 20 + added);
   EXPECT_LE(added, asked);
 }
+
+TEST(CDibFile, PngKeepsIndicesBeyondTheTable) {
+  // Found by fuzzing: a damaged IDAT decodes to indices past the palette, which a PNG
+  // writer must not leave uncovered. The palette grows with black entries.
+  struct Case {
+    const char* name;
+    Bytes file;
+  } cases[] = {
+      {"regression_index_beyond_palette",
+       ReadFile(std::filesystem::path(ZEV_SOURCE_DIR) / "fuzz/corpus/png/regression_index_beyond_palette.png")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    CDib dib;
+    ASSERT_TRUE(dib.ReadPng(c.file.data(), c.file.size()));
+    Bytes first, second;
+    ASSERT_TRUE(dib.WritePng(first));
+    CDib back;
+    ASSERT_TRUE(back.ReadPng(first.data(), first.size()));
+    EXPECT_EQ(PixelsOf(back), PixelsOf(dib));
+    ASSERT_TRUE(back.WritePng(second));
+    EXPECT_EQ(second, first);
+  }
+  CDib dib = RandomDib(3, 1, 2, 5);
+  *dib.GetPixelAddress(2, 0) = 5;
+  Bytes png;
+  ASSERT_TRUE(dib.WritePng(png));
+  CDib back;
+  ASSERT_TRUE(back.ReadPng(png.data(), png.size()));
+  EXPECT_EQ(back.GetPixelValue(2, 0), 5);
+  ASSERT_EQ(back.GetNumColors(), 6);
+  EXPECT_EQ(back.GetTableColor(1), dib.GetTableColor(1));
+  EXPECT_EQ(back.GetTableColor(5), 0u);
+}
