@@ -49,9 +49,9 @@ void DecodeRle8(ByteCursor& in, BYTE* bits, int width, int height, DWORD stride)
   while (!in.AtEnd() && y < height) {
     BYTE n = in.U8();
     BYTE v = in.U8();
+    // x stops at the width: what lies beyond is cut, and x cannot grow without end.
     if (n) {
-      for (int i = 0; i < n; ++i, ++x)
-        if (x < width) bits[std::size_t(y) * stride + std::size_t(x)] = v;
+      for (int i = 0; i < n && x < width; ++i, ++x) bits[std::size_t(y) * stride + std::size_t(x)] = v;
       continue;
     }
     if (v == 0) {  // end of line
@@ -60,12 +60,12 @@ void DecodeRle8(ByteCursor& in, BYTE* bits, int width, int height, DWORD stride)
     } else if (v == 1) {  // end of bitmap
       break;
     } else if (v == 2) {  // delta
-      x += in.U8();
+      x = std::min(x + in.U8(), width);
       y += in.U8();
     } else {  // absolute run of v bytes, padded to a word
-      for (int i = 0; i < v; ++i, ++x) {
+      for (int i = 0; i < v; ++i) {
         BYTE p = in.U8();
-        if (x < width && y < height) bits[std::size_t(y) * stride + std::size_t(x)] = p;
+        if (x < width) bits[std::size_t(y) * stride + std::size_t(x++)] = p;
       }
       if (v & 1) in.U8();
     }
