@@ -6,8 +6,8 @@ JOBS ?= $(shell nproc)
 
 # Packages every build needs, and those the tests use as peers.
 BUILD_PKGS := cmake ninja-build g++ pkg-config ccache tzdata libgtest-dev libgmock-dev libsqlite3-dev \
-              libcli11-dev nlohmann-json3-dev zlib1g-dev
-PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile
+              libcli11-dev nlohmann-json3-dev zlib1g-dev libpng-dev
+PEER_PKGS := staden-io-lib-utils python3-biopython python3-pefile python3-gi gir1.2-gdkpixbuf-2.0
 # The window layer's GTK 3 backend, and the private X server its real-window tests run on.
 TOOLKIT_PKGS := libgtk-3-dev libxtst-dev fonts-liberation
 GUI_TEST_PKGS := xvfb xauth

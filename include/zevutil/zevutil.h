@@ -65,3 +65,4 @@
 #include "zevutil/CWinHookBase.h"
 #include "zevutil/CIdleHook.h"
 #include "zevutil/CDialogAssistant.h"
+#include "zevutil/CDib.h"

@@ -24,3 +24,4 @@
 #include "zevutil/platform/WindowTesting.h"
 #include "zevutil/platform/Gdi.h"
 #include "zevutil/platform/Print.h"
+#include "zevutil/platform/Palette.h"
