@@ -4,26 +4,11 @@
 #include <cstddef>
 #include <vector>
 
+#include "zevutil/platform/Gdi.h"
 #include "zevutil/platform/Palette.h"
 #include "zevutil/platform/Types.h"
 
 namespace zev {
-
-// A rectangle with its edges, as the window layer gives it.
-struct CRect {
-  LONG left = 0;
-  LONG top = 0;
-  LONG right = 0;
-  LONG bottom = 0;
-  CRect() = default;
-  CRect(LONG l, LONG t, LONG r, LONG b) : left(l), top(t), right(r), bottom(b) {}
-  void SetRectEmpty() { left = top = right = bottom = 0; }
-  BOOL IsRectEmpty() const { return right <= left || bottom <= top; }
-  BOOL IsRectNull() const { return left == 0 && top == 0 && right == 0 && bottom == 0; }
-  LONG Width() const { return right - left; }
-  LONG Height() const { return bottom - top; }
-  bool operator==(const CRect&) const = default;
-};
 
 class CDib;
 class CPalette;
