@@ -282,4 +282,46 @@ TEST(COutputObjectExport, WithoutAHandlerOutputDoesNothingAndAJobMakesOne) {
   EXPECT_EQ(ReadAll(path), "a\r\n");
 }
 
+// One object, paper then file then paper: the type it is asked for follows the job,
+// and the layout setters reach the print handler only while printing.
+class ModeObject : public COutputObject {
+ public:
+  std::vector<bool> paper;  // as the info tells it
+  double tabs[3] = {1.0, 2.0, 3.0};
+  int nTabs = 2;
+  int GetTextOutput(COutputInfo* info, CString& text) override {
+    paper.push_back(info->m_eOutputType < EXPORT_TEXT);
+    EXPECT_EQ(info, GetOutputInfoPtr());
+    SetTabStops(tabs, nTabs);
+    text = "a\tb";
+    SignalStopOutput();
+    return 0;
+  }
+};
+
+TEST(COutputObjectExport, PrintAndExportAlternateOnOneObject) {
+  TestDeviceOptions opts;
+  RegisterTestPrinter("zevtest-outobj", opts);
+  CPageFormatDef fmt;
+  fmt.m_device.m_strPrinterName = "zevtest-outobj";
+  ModeObject obj;
+  ASSERT_EQ(obj.PrintObject(fmt, CObjectOutputDef()), 1);
+  ASSERT_NE(obj.GetPrintHandler(), nullptr);
+  EXPECT_EQ(obj.GetPrintHandler()->GetTabStopCount(), 2);
+  bool drawn = false;
+  for (const TestDrawCall& c : opts.log->Texts()) drawn |= c.text == "a";
+  EXPECT_TRUE(drawn);
+
+  obj.nTabs = 3;
+  const std::string path = Scratch("alternate.txt");
+  ASSERT_EQ(obj.ExportObject(EXPORT_TEXT, path.c_str(), CObjectOutputDef()), 1);
+  EXPECT_EQ(ReadAll(path), "a\tb\r\n");
+  EXPECT_EQ(obj.GetPrintHandler()->GetTabStopCount(), 2);  // ignored by the export
+
+  ASSERT_EQ(obj.PrintObject(fmt, CObjectOutputDef()), 1);
+  EXPECT_EQ(obj.GetPrintHandler()->GetTabStopCount(), 3);
+  EXPECT_EQ(obj.paper, std::vector<bool>({true, false, true}));
+  UnregisterTestPrinter("zevtest-outobj");
+}
+
 }  // namespace
