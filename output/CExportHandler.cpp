@@ -57,9 +57,9 @@ int CExportHandler::StartExportDocument(EEXPORT_TYPE t, const char* path) {
     m_pOutputInfo = new (std::nothrow) COutputInfo(t);
     m_bOwnsInfo = m_pOutputInfo ? 1 : 0;
     info = m_pOutputInfo;
+    if (info) info->m_bStopOutput = 0;
   }
   if (!info) return 0;
-  info->m_bStopOutput = 0;
   if (IsBinaryExport(t)) return 1;
 
   CFileException error;

@@ -9,10 +9,13 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "zevutil/COutputObject.h"
 #include "zevutil/platform/Host.h"
+#include "zevutil/platform/Wnd.h"
 
 using namespace zev;
 
@@ -195,6 +198,22 @@ TEST(COutputObjectExport, FailureTextOutlivesTheJob) {
   ASSERT_EQ(traced.size(), 1u);
   EXPECT_EQ(traced[0], std::string(h->GetLastErrorMsg()) + "\n");
 
+  // An object hosted by a window shows the text in a box with the stop icon instead.
+  std::vector<std::pair<std::string, UINT>> boxes;
+  MessageBoxHandler oldBox = SetMessageBoxHandler([&](HWND, const char* text, const char*, UINT style) {
+    boxes.emplace_back(text, style);
+    return IDOK;
+  });
+  CWnd host;
+  obj.SetPrintFromView(0, &host, "Report");
+  EXPECT_EQ(obj.ExportObject(EXPORT_TEXT, bad.c_str(), CObjectOutputDef()), 0);
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0].first, std::string(h->GetLastErrorMsg()));
+  EXPECT_EQ(boxes[0].second, MB_OK | MB_ICONSTOP);
+  EXPECT_EQ(traced.size(), 1u);
+  SetMessageBoxHandler(oldBox);
+  obj.SetPrintFromView(0, nullptr, nullptr);
+
   // A failure flagged during the job: the job's result stays 1, the text stays after it.
   const std::string path = Scratch("failed.txt");
   obj.steps = {{"a", 1, Act::Fail}};
@@ -261,6 +280,22 @@ TEST(CExportHandler, AdoptingAnotherInfoReleasesTheOwnedOne) {
   h.SetDefaultValues();
   EXPECT_TRUE(h.GetLastErrorMsg().IsEmpty());
   EXPECT_EQ(h.GetLastFailed(), 0);
+}
+
+TEST(CExportHandler, InfoReplacementsFromTwoThreadsDoNotCollide) {
+  CExportHandler h;
+  auto churn = [&h](EEXPORT_TYPE t) {
+    COutputInfo own(EXPORT_TEXT);
+    for (int i = 0; i < 300; ++i) {
+      h.StartExportDocument(t, "unused");
+      h.StartExportOutput(&own);
+      h.DeleteOutputInfo();
+    }
+  };
+  std::thread a(churn, EXPORT_SCF2), b(churn, EXPORT_ABI);
+  a.join();
+  b.join();
+  EXPECT_EQ(h.GetOutputInfo(), nullptr);
 }
 
 TEST(COutputObjectExport, WithoutAHandlerOutputDoesNothingAndAJobMakesOne) {
