@@ -59,6 +59,7 @@
 #include "zevutil/COutputInfo.h"
 #include "zevutil/CPrintHandler.h"
 #include "zevutil/CPrintObject.h"
+#include "zevutil/COutputObject.h"
 
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"
