@@ -60,6 +60,7 @@
 #include "zevutil/CPrintHandler.h"
 #include "zevutil/CPrintObject.h"
 #include "zevutil/COutputObject.h"
+#include "zevutil/CBaseSequenceOutputObject.h"
 
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"

@@ -1,0 +1,185 @@
+// The base table and the trimming report of a called-base sequence.
+#include "zevutil/CBaseSequenceOutputObject.h"
+
+#include <cctype>
+#include <memory>
+
+#include "zevutil/CPrintHandler.h"
+#include "zevutil/platform/CException.h"
+#include "zevutil/platform/CFile.h"
+
+namespace zev {
+
+namespace {
+
+constexpr const char* kPaperRow = "%6i %4c %3.0f %3.0f %3.0f %3.0f %9.2f %9.0f %9.2f %9i %6s %4s";
+constexpr const char* kExportRow = "%i\t%c\t%.0f\t%.0f\t%.0f\t%.0f\t%.2f\t%.0f\t%.2f\t%i\t%s\t%s";
+
+const char* YesNo(LONG flag) { return flag ? "Yes" : "No"; }
+
+const char* TrimTypeText(LONG type) {
+  switch (type) {
+    case ContaminantMatch::typeLeft: return "Left (5') end match";
+    case ContaminantMatch::typeRight: return "Right (3') end match";
+    case ContaminantMatch::typeInternal: return "Internal match";
+    default: return "";
+  }
+}
+
+}  // namespace
+
+// ---- the base table ----
+
+CBaseSequenceOutputObject::CBaseSequenceOutputObject(CBaseSequence& sequence)
+    : m_pSequence(&sequence), m_nBaseCount(int(sequence.GetCount())) {}
+
+void CBaseSequenceOutputObject::PrintPaperHeading() {
+  if (!m_pPrintHandler) return;
+  CString heading = kPaperHeading;
+  int more = 0;
+  m_pPrintHandler->PrintOneLineFromTextString(heading, more, 0, 1);
+}
+
+void CBaseSequenceOutputObject::OnTopOfPage(COutputInfo*) { PrintPaperHeading(); }
+
+int CBaseSequenceOutputObject::GetTextOutput(COutputInfo* info, CString& text) {
+  if (!info) return 0;
+  const bool exporting = IsExporting() != 0;
+  if (m_nBaseIndex == 0) {
+    // kept: on paper the first page shows this heading under the one OnTopOfPage put
+    // there; the report layout has always carried both.
+    if (!exporting) {
+      PrintPaperHeading();
+    } else if (m_pExportHandler) {
+      CString heading = kExportHeading;
+      OutputTextString(heading);
+    }
+  }
+  if (m_nBaseIndex < m_nBaseCount) {
+    POSITION pos = nullptr;
+    const CCalledBase* base = m_pSequence->FindBaseIndex(m_nBaseIndex, pos);
+    if (base) {
+      const float minutes = base->m_fMigrationTime > 0.0f ? float(base->m_fMigrationTime / 60.0) : 0.0f;
+      text.Format(exporting ? kExportRow : kPaperRow, m_nBaseIndex + 1, char(base->m_Code),
+                  double(base->m_fScore[0]), double(base->m_fScore[1]), double(base->m_fScore[2]),
+                  double(base->m_fScore[3]), double(base->m_fCallScore), double(base->m_fQualityValue),
+                  double(minutes), int(base->m_lDataPoint), YesNo(base->m_lInserted), YesNo(base->m_lEdited));
+    }
+    ++m_nBaseIndex;
+  }
+  if (m_nBaseIndex >= m_nBaseCount) {
+    SetTabStops(nullptr, 0);
+    SignalStopOutput();
+  }
+  return 1;
+}
+
+int CBaseSequenceOutputObject::ExportToQualityFile(const CString& path, const CString& title) {
+  std::unique_ptr<CStdioFile> file;
+  try {
+    file = std::make_unique<CStdioFile>(path, CFile::modeCreate | CFile::modeWrite | CFile::typeText);
+    CString line = title;
+    line += "\n";
+    file->WriteString(line);
+    for (int i = 0; i < m_nBaseCount; ++i) {
+      POSITION pos = nullptr;
+      const CCalledBase* base = m_pSequence->FindBaseIndex(i, pos);
+      if (base) {
+        CString value;
+        value.Format("%3.0f ", double(base->m_fQualityValue));
+        file->WriteString(value);
+      }
+      // The break counts indices, not values written, so a missing base keeps it in place.
+      if ((i + 1) % 20 == 0) file->WriteString("\n");
+    }
+    file->WriteString("\n");
+    file->Close();
+  } catch (CFileException* e) {
+    e->Delete();
+    if (file) file->Abort();
+    return 0;
+  } catch (CMemoryException* e) {
+    e->Delete();
+    return 0;
+  }
+  return 1;
+}
+
+// ---- the trimming report ----
+
+CBaseSequenceTrimmingOutputObject::CBaseSequenceTrimmingOutputObject(CBaseSequence& sequence, int originalLength)
+    : m_pSequence(&sequence), m_nOriginalLength(originalLength) {}
+
+int CBaseSequenceTrimmingOutputObject::CountAlpha(const char* text) {
+  int n = 0;
+  for (; text && *text; ++text) n += std::isalpha(static_cast<unsigned char>(*text)) ? 1 : 0;
+  return n;
+}
+
+int CBaseSequenceTrimmingOutputObject::GetTextOutput(COutputInfo* info, CString& text) {
+  if (!info || IsExporting()) return 0;
+  text.Empty();
+  const bool hasQ = m_pSequence->HasQualityTrimRange();
+  const int n = m_pSequence->GetNumContaminantMatches(false);
+  const int q = hasQ ? 1 : 0;
+
+  if (m_nLineIndex == 0) {
+    if (!hasQ && n < 1)
+      text = "No Trimming Computed";
+    else
+      text.Format("Original Sequence Length: %d", m_nOriginalLength);
+  } else if (m_nLineIndex == 1 && hasQ) {
+    const QualityTrimRange& r = m_pSequence->GetQualityTrimRange();
+    const int len = (r.m_lBegin >= 0 && r.m_lEnd >= r.m_lBegin) ? int(r.m_lEnd - r.m_lBegin + 1) : 0;
+    text.Format("Length after Quality Trimming: %d", len);
+  } else if (m_nMatchIndex < n) {
+    int k = m_nLineIndex - 1 - q;
+    if (k == 0) {
+      text.Format("Length after Sequence-based Trimming: %d", int(m_pSequence->GetCount()));
+      ++m_nLinesConsumed;
+    } else {
+      k -= m_nLinesConsumed;
+      const ContaminantMatch* m = m_pSequence->GetContaminantMatch(m_nMatchIndex);
+      if (!m) {
+        // A match that vanished between calls: nothing more to report for it.
+        ++m_nMatchIndex;
+      } else if (k == 0) {
+        // an empty line before each match
+      } else if (k == 1) {
+        text = "Vector/Other Subsequence Name: ";
+        text += m->m_strName;
+      } else if (k == 2) {
+        text = "Trim type: ";
+        text += TrimTypeText(m->m_lType);
+      } else if (k == 3) {
+        text.Format("Enabled: %s", m->m_bEnabled ? "Yes" : "No");
+      } else {
+        const int b = (k - 4) / 4;
+        const int r = (k - 4) % 4;
+        const int col = b * 80;
+        const CString& subject = m->m_strSeqAlignment;
+        const CString& other = m->m_strOtherAlignment;
+        if (r == 0) {
+          text.Format("S   %5d %s", int(m->m_lSeqBegin) + CountAlpha(subject.Left(col)) + 1,
+                      static_cast<const char*>(subject.Mid(col, 80)));
+        } else if (r == 1) {
+          text = "          ";
+          text += m->m_strAlignmentMarks.Mid(col, 80);
+        } else if (r == 2) {
+          text.Format("V/O %5d %s", int(m->m_lOtherBegin) + CountAlpha(other.Left(col)) + 1,
+                      static_cast<const char*>(other.Mid(col, 80)));
+        } else if (b + 1 >= (subject.GetLength() + 79) / 80) {
+          m_nLinesConsumed += k + 1;
+          ++m_nMatchIndex;
+        }
+      }
+    }
+  } else {
+    SetTabStops(nullptr, 0);
+    SignalStopOutput();
+  }
+  ++m_nLineIndex;
+  return 1;
+}
+
+}  // namespace zev
