@@ -42,6 +42,23 @@ void CBaseSequenceOutputObject::PrintPaperHeading() {
 
 void CBaseSequenceOutputObject::OnTopOfPage(COutputInfo*) { PrintPaperHeading(); }
 
+const CCalledBase* CBaseSequenceOutputObject::NextBase() {
+  // The list finds an index by walking from its head; a table asks for the indices in
+  // order, so the node after the previous row's is taken directly. The walk is kept for
+  // any other request and whenever the list's size has changed since the last row.
+  POSITION pos = nullptr;
+  if (m_posCursor && m_nCursorIndex + 1 == m_nBaseIndex && m_nCursorListCount == m_pSequence->GetCount()) {
+    pos = m_posCursor;
+    m_pSequence->CBaseSequence::BaseList::GetNext(pos);
+  } else {
+    m_pSequence->FindBaseIndex(m_nBaseIndex, pos);
+  }
+  m_posCursor = pos;
+  m_nCursorIndex = m_nBaseIndex;
+  m_nCursorListCount = m_pSequence->GetCount();
+  return pos ? m_pSequence->CBaseSequence::BaseList::GetAt(pos) : nullptr;
+}
+
 int CBaseSequenceOutputObject::GetTextOutput(COutputInfo* info, CString& text) {
   if (!info) return 0;
   const bool exporting = IsExporting() != 0;
@@ -56,8 +73,7 @@ int CBaseSequenceOutputObject::GetTextOutput(COutputInfo* info, CString& text) {
     }
   }
   if (m_nBaseIndex < m_nBaseCount) {
-    POSITION pos = nullptr;
-    const CCalledBase* base = m_pSequence->FindBaseIndex(m_nBaseIndex, pos);
+    const CCalledBase* base = NextBase();
     if (base) {
       const float minutes = base->m_fMigrationTime > 0.0f ? float(base->m_fMigrationTime / 60.0) : 0.0f;
       text.Format(exporting ? kExportRow : kPaperRow, m_nBaseIndex + 1, char(base->m_Code),

@@ -34,6 +34,12 @@ class CBaseSequenceOutputObject : public COutputObject {
 
  private:
   void PrintPaperHeading();
+  // The base at m_nBaseIndex, or null.
+  const CCalledBase* NextBase();
+
+  POSITION m_posCursor = nullptr;  // node of the last row's base
+  int m_nCursorIndex = -1;
+  INT_PTR m_nCursorListCount = 0;
 };
 
 class CBaseSequenceTrimmingOutputObject : public COutputObject {

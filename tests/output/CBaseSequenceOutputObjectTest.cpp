@@ -279,3 +279,26 @@ TEST(CBaseSequenceTrimmingOutputObject, RefusesExportsAndCountsLettersOnly) {
 }
 
 }  // namespace
+
+namespace {
+
+// A table asked for its rows in order reads each base once from the list's cursor; a
+// list changed between rows falls back to the walk by index.
+TEST(CBaseSequenceOutputObject, RowsFollowTheListWhenItChangesMidTable) {
+  CBaseSequence seq = Ramp(4);
+  CBaseSequenceOutputObject obj(seq);
+  COutputInfo info(EXPORT_PRINTER);
+  obj.m_eOutputType = EXPORT_TEXT;
+  CString text;
+  obj.GetTextOutput(&info, text);
+  EXPECT_EQ(std::string(text.GetString()).substr(0, 11), "1\tA\t0\t0\t0\t0");
+  seq.Delete(1, 1);  // the second base goes; the others move down
+  obj.GetTextOutput(&info, text);
+  EXPECT_NE(std::string(text.GetString()).find("\t3\t0.00"), std::string::npos) << text.GetString();
+  obj.GetTextOutput(&info, text);
+  EXPECT_NE(std::string(text.GetString()).find("\t4\t0.00"), std::string::npos) << text.GetString();
+  obj.GetTextOutput(&info, text);
+  EXPECT_EQ(obj.m_nBaseIndex, 4);
+}
+
+}  // namespace
