@@ -302,3 +302,25 @@ TEST(CBaseSequenceOutputObject, RowsFollowTheListWhenItChangesMidTable) {
 }
 
 }  // namespace
+
+namespace {
+
+// A whole print job of the report ends by itself after the last line.
+TEST(CBaseSequenceTrimmingOutputObject, PrintJobEndsAfterTheLastLine) {
+  TestDeviceOptions opts;
+  RegisterTestPrinter("zevtest-trimreport", opts);
+  CPageFormatDef fmt;
+  fmt.m_device.m_strPrinterName = "zevtest-trimreport";
+  CBaseSequence seq = Ramp(10);
+  seq.SetQualityTrimRange(0, 3);
+  CBaseSequenceTrimmingOutputObject obj(seq, 12);
+  ASSERT_EQ(obj.PrintObject(fmt, CObjectOutputDef()), 1);
+  std::vector<std::string> drawn;
+  for (const TestDrawCall& t : opts.log->Texts())
+    if (t.text.rfind("Original", 0) == 0 || t.text.rfind("Length", 0) == 0) drawn.push_back(t.text);
+  EXPECT_EQ(drawn, std::vector<std::string>({"Original Sequence Length: 12", "Length after Quality Trimming: 4"}));
+  EXPECT_EQ(obj.m_nLineIndex, 3);
+  UnregisterTestPrinter("zevtest-trimreport");
+}
+
+}  // namespace
