@@ -114,6 +114,18 @@ TEST(CBaseSequenceOutputObject, PaperRowsAndTheDoubleHeading) {
       "     2    C   0  80   0   0     12.25        40     10.00         7    Yes   No",
   };
   EXPECT_EQ(body, want);
+
+  // Later pages carry the heading once, at their top.
+  opts.log->Clear();
+  CBaseSequence longSeq = Ramp(1200);
+  CBaseSequenceOutputObject longObj(longSeq);
+  ASSERT_EQ(longObj.PrintObject(fmt, CObjectOutputDef()), 1);
+  std::vector<int> headingsPerPage(size_t(opts.log->startPage) + 1, 0);
+  for (const TestDrawCall& t : opts.log->Texts())
+    if (t.text == kPaperHead) ++headingsPerPage[size_t(t.page)];
+  ASSERT_GE(opts.log->startPage, 3);
+  EXPECT_EQ(headingsPerPage[1], 2);
+  for (int p = 2; p <= opts.log->startPage; ++p) EXPECT_EQ(headingsPerPage[size_t(p)], 1) << "page " << p;
   UnregisterTestPrinter("zevtest-seqout");
 }
 
