@@ -33,10 +33,10 @@ struct BaseSpec {
   LONG inserted, edited;
 };
 
-CBaseSequence MakeSequence(const std::vector<BaseSpec>& specs) {
+CBaseSequence MakeSequence(const std::vector<BaseSpec>& rows) {
   CBaseSequence seq;
   LONG number = 0;
-  for (const BaseSpec& s : specs) {
+  for (const BaseSpec& s : rows) {
     CCalledBase b;
     b.m_lBaseNumber = number++;
     b.m_Code = s.code;
@@ -57,9 +57,9 @@ CBaseSequence MakeSequence(const std::vector<BaseSpec>& specs) {
 
 // Equal bases with quality values 1, 2, 3, ... in order.
 CBaseSequence Ramp(int count) {
-  std::vector<BaseSpec> specs;
-  for (int i = 0; i < count; ++i) specs.push_back({'A', 0, 0, 0, 0, 0, float(i + 1), 0, 0, 0, 0});
-  return MakeSequence(specs);
+  std::vector<BaseSpec> rows;
+  for (int i = 0; i < count; ++i) rows.push_back({'A', 0, 0, 0, 0, 0, float(i + 1), 0, 0, 0, 0});
+  return MakeSequence(rows);
 }
 
 const std::string kExportHead =
