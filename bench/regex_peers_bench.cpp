@@ -48,18 +48,7 @@ const Pattern kPatterns[] = {
 constexpr int kPatternCount = int(sizeof kPatterns / sizeof kPatterns[0]);
 
 const std::vector<std::string>& Lines() {
-  static const std::vector<std::string> lines = [] {
-    std::vector<std::string> out;
-    const std::string text = bench_text::Make(kTextBytes, 11);
-    size_t at = 0;
-    while (at < text.size()) {
-      size_t nl = text.find('\n', at);
-      if (nl == std::string::npos) nl = text.size();
-      out.push_back(text.substr(at, nl - at));
-      at = nl + 1;
-    }
-    return out;
-  }();
+  static const std::vector<std::string> lines = bench_text::MakeLines(kTextBytes, 11);
   return lines;
 }
 

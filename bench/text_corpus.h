@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace bench_text {
 
@@ -47,6 +48,20 @@ inline std::string Make(std::size_t bytes, unsigned seed) {
     }
   }
   out.resize(bytes);
+  return out;
+}
+
+// The same text cut into lines (without their line feeds).
+inline std::vector<std::string> MakeLines(std::size_t bytes, unsigned seed) {
+  const std::string text = Make(bytes, seed);
+  std::vector<std::string> out;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    std::size_t nl = text.find('\n', at);
+    if (nl == std::string::npos) nl = text.size();
+    out.push_back(text.substr(at, nl - at));
+    at = nl + 1;
+  }
   return out;
 }
 
