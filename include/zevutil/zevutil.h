@@ -62,6 +62,11 @@
 #include "zevutil/COutputObject.h"
 #include "zevutil/CBaseSequenceOutputObject.h"
 
+// Export option dialogs.
+#include "zevutil/CZevDirectoryDialog.h"
+#include "zevutil/CExportObjectDialog.h"
+#include "zevutil/CZevExportDlg.h"
+
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"
 #include "zevutil/CWinHookBase.h"
