@@ -12,9 +12,13 @@
 namespace zev {
 
 // The export choices as a report definition receives them. Applications derive their
-// concrete report definitions from it.
+// concrete report definitions from it; as a component object it counts references
+// like any other (made with new when references are handed out).
 class CExportReportDef : public CBaseReportDef {
  public:
+  HRESULT QueryInterface(REFIID riid, void** ppv) override { return _InternalQueryInterface(riid, ppv); }
+  ULONG AddRef() override { return InternalAddRef(); }
+  ULONG Release() override { return InternalRelease(); }
   LONG GetObjType() override { return 0; }
   LONG Copy(const CBaseObject& from) override;
   LONG GetObjID(CObSeqID&) const override { return 0; }
