@@ -519,7 +519,8 @@ int CExportObjectDialog::OnFileNameOK() {
                   m_strTitle, MB_OK | MB_ICONEXCLAMATION);
       return 1;
     }
-    if (filter != EXPORT_ZEV) {
+    // A folder without a name (each object names its own file) stays a folder.
+    if (filter != EXPORT_ZEV && !m_strFileName.IsEmpty()) {
       CString path = GetPathName();
       const CString dotted = "." + ext;
       if (!EndsWithNoCase(path, dotted)) path += dotted;

@@ -27,7 +27,8 @@ DialogControl* CDialogControlModel::Find(int id) {
 }
 
 const DialogControl* CDialogControlModel::Find(int id) const {
-  return const_cast<CDialogControlModel*>(this)->Find(id);
+  auto it = std::find_if(m_Controls.begin(), m_Controls.end(), [id](const DialogControl& c) { return c.m_nID == id; });
+  return it == m_Controls.end() ? nullptr : &*it;
 }
 
 DialogControl& CDialogControlModel::Control(int id) {
@@ -40,7 +41,11 @@ DialogControl& CDialogControlModel::Control(int id) {
 }
 
 const DialogControl& CDialogControlModel::Control(int id) const {
-  return const_cast<CDialogControlModel*>(this)->Control(id);
+  if (const DialogControl* c = Find(id)) return *c;
+  m_Detached = DialogControl();
+  m_Detached.m_nID = id;
+  m_Detached.m_bExists = 0;
+  return m_Detached;
 }
 
 // ---- CZevDirectoryDialog ----

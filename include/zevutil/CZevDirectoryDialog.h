@@ -57,7 +57,7 @@ class CDialogControlModel {
 
  private:
   std::vector<DialogControl> m_Controls;
-  DialogControl m_Detached;
+  mutable DialogControl m_Detached;
 };
 
 // The folder choice with a file name field and a filter list: the state a directory
@@ -69,6 +69,8 @@ class CZevDirectoryDialog {
   static constexpr int IDC_DIR_FILENAME = 13002;  // name field
   static constexpr int IDC_DIR_FILTER = 13003;    // file type list
 
+  // path is the folder and the proposed file name ("/data/out/run"); a path that ends in
+  // a separator proposes no name. bFixedFolder keeps the folder from being changed.
   CZevDirectoryDialog(CWnd* parent, int bFixedFolder, const char* path, const char* title, int bPersist);
   virtual ~CZevDirectoryDialog() = default;
   CZevDirectoryDialog(const CZevDirectoryDialog&) = delete;

@@ -398,6 +398,7 @@ TEST_F(ExportObjectDialog, OkTestsTheChoiceAndCompletesTheName) {
       {10008, EXPORT_CRV, "DEFAULT", 0, 0, 0, crvMsg, nullptr},
       {10008, EXPORT_CRV, "DEFAULT1", 0, 0, 0, "", "/out/DEFAULT1.CRV"},
       {10008, EXPORT_CRV, "default", 0, 0, 1, "", "/out/default"},
+      {10002, EXPORT_TEXT, "", 0, 0, 0, "", "/out"},  // a folder alone gets no extension
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "filter " << c.filter << " name " << c.name << " fixed " << c.fixed);

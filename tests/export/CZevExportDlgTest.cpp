@@ -27,7 +27,8 @@ class ZevExportDlg : public zevtest::ExportDialogTest {
   }
   static std::vector<int> ShownTypes(const X& d) {
     std::vector<int> t;
-    for (int shown = 1; d.ConvertIndex(shown); ++shown) t.push_back(d.GetFilterTypes()[size_t(d.ConvertIndex(shown) - 1)].m_eType);
+    for (int shown = 1; d.ConvertIndex(shown); ++shown)
+      t.push_back(d.GetFilterTypes()[size_t(d.ConvertIndex(shown) - 1)].m_eType);
     return t;
   }
   static std::vector<std::string> Names(CObSeqIDList& list) {
