@@ -348,17 +348,11 @@ TEST_F(ExportNaming, CrvOverwriteQuestion) {
   SetMessageBoxHandler(old);
 }
 
-FileType Entry(const char* name, const char* ext, EEXPORT_TYPE t) {
-  FileType f;
-  std::strncpy(f.m_szName, name, sizeof f.m_szName - 1);
-  std::strncpy(f.m_szExtension, ext, sizeof f.m_szExtension - 1);
-  f.m_eType = t;
-  return f;
-}
-
 TEST_F(ExportNaming, OpenOrSaveChoice) {
-  FileType types[] = {Entry("SCF (Ver 3.00)", "scf", EXPORT_SCF3), Entry("Text (Tab Delimited)", "txt", EXPORT_TEXT),
-                      Entry("ZEV", "vq*", EXPORT_ZEV), Entry("Dotted", ".abi", EXPORT_ABI)};
+  FileType types[] = {{"SCF (Ver 3.00)", "scf", EXPORT_SCF3},
+                      {"Text (Tab Delimited)", "txt", EXPORT_TEXT},
+                      {"ZEV", "vq*", EXPORT_ZEV},
+                      {"Dotted", ".abi", EXPORT_ABI}};
   const std::string filter4 =
       "SCF (Ver 3.00) (*.scf)|*.scf|Text (Tab Delimited) (*.txt)|*.txt|ZEV (*.vq*)|*.vq*|Dotted (*..abi)|*..abi||";
   TransferFileDialogState seen;
