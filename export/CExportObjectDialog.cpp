@@ -445,6 +445,14 @@ void CExportObjectDialog::OnSelChangeFilter(int pos) {
   EnableOptionsBasedOnFileType(previous);
 }
 
+void CExportObjectDialog::OnSelChange(int id, int row, int) {
+  if (id == IDC_DIR_FILTER) OnSelChangeFilter(row);
+}
+
+void CExportObjectDialog::OnSpin(int id, int delta) {
+  if (id == IDC_EXPORT_MIN_LENGTH_SPIN || id == IDC_EXPORT_MIN_LENGTH) OnSpinMinLength(delta);
+}
+
 int CExportObjectDialog::OnClickCheckBox(int id) {
   DialogControl* ctl = m_Controls.Find(id);
   if (!ctl || ctl->m_eKind != DialogControlKind::Check || !ctl->IsVisible() || !ctl->m_bEnabled) return 0;

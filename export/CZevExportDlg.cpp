@@ -208,6 +208,11 @@ void CZevExportDlg::OnSelChangeFilter(int shownIndex) {
   SetListBasedOnType();
 }
 
+void CZevExportDlg::OnSelChange(int id, int row, int selected) {
+  if (id == IDC_ZEXP_FILTER) OnSelChangeFilter(row + 1);
+  if (id == IDC_ZEXP_OBJECTS) OnSelectObject(row, selected);
+}
+
 void CZevExportDlg::OnSelectObject(int row, int selected) {
   DialogControl& list = m_Controls.Control(IDC_ZEXP_OBJECTS);
   if (row < 0 || size_t(row) >= list.m_Items.size()) return;
@@ -260,7 +265,7 @@ int CZevExportDlg::OnFileNameOK() {
         duplicate = std::strcmp(chosen[i]->ObName, chosen[j]->ObName) == 0;
     // Asked before the list changes, so that staying open keeps everything as it was.
     if (duplicate &&
-        MessageBoxA(nullptr, "There are duplicate names selected. Continue?", "Export", MB_YESNO | MB_ICONQUESTION) !=
+        MessageBoxA(nullptr, "There are duplicate names selected. Continue?", GetCaption(), MB_YESNO | MB_ICONQUESTION) !=
             IDYES)
       return 1;
     CObSeqIDList selected;

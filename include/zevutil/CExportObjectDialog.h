@@ -87,8 +87,9 @@ class CExportObjectDialog : public CZevDirectoryDialog {
   // Trimming is done already: Apply Trimming stays checked and greyed.
   void SetTrimmingAlreadyApplied(int on) { m_bTrimmingAlreadyApplied = on ? 1 : 0; }
 
-  // Sets every control from the fields, as the dialog opens.
-  void OnInitDialog();
+  // Sets every control from the fields, as the dialog opens. Options set after the
+  // constructor (batch format, trimming applied, alignment) take effect here.
+  void OnInitDialog() override;
 
   // ---- events a window forwards ----
   // Another filter row chosen in the type list.
@@ -99,6 +100,10 @@ class CExportObjectDialog : public CZevDirectoryDialog {
   void OnEditText(int id, const char* text) override;
   // One step of the spin arrows (+1 or -1), held to the range.
   void OnSpinMinLength(int delta);
+  // The same events by control id: the filter list, check boxes, the spin arrows.
+  void OnSelChange(int id, int row, int selected) override;
+  int OnClick(int id) override { return OnClickCheckBox(id); }
+  void OnSpin(int id, int delta) override;
 
   // Fixes the option states for the chosen filter; previousFilter is the type chosen
   // before (-1 at start).

@@ -60,9 +60,34 @@ class CDialogControlModel {
   mutable DialogControl m_Detached;
 };
 
+// What a window layer sees of a dialog model: its controls and the events it forwards.
+// One generic window can show any model: create a widget per control, forward each
+// user action, then mirror every control's state again.
+class CDialogModel {
+ public:
+  virtual ~CDialogModel() = default;
+  virtual CDialogControlModel& Controls() = 0;
+  virtual CString GetCaption() const = 0;
+  // Sets the controls from the model's fields, as the window opens.
+  virtual void OnInitDialog() = 0;
+  // A row of a combo (chosen) or list (selected or deselected) changed; rows count from 0.
+  virtual void OnSelChange(int id, int row, int selected) = 0;
+  // A check box clicked: 1 when it toggled, 0 when it is hidden or greyed.
+  virtual int OnClick(int id) = 0;
+  // Text typed into an edit field.
+  virtual void OnEditText(int id, const char* text) = 0;
+  // One step of spin arrows (+1 or -1).
+  virtual void OnSpin(int id, int delta) = 0;
+  // OK: 1 when the dialog closes, 0 when it stays open. Cancel always closes.
+  virtual int OnOK() = 0;
+  virtual void OnCancel() = 0;
+  // 1 after OK, 2 after Cancel, 0 while open.
+  virtual int GetResult() const = 0;
+};
+
 // The folder choice with a file name field and a filter list: the state a directory
 // dialog keeps. The choosing itself is window work; the model holds the answers.
-class CZevDirectoryDialog {
+class CZevDirectoryDialog : public CDialogModel {
  public:
   // Control ids of the choice itself.
   static constexpr int IDC_DIR_FOLDER = 13001;    // folder being shown
@@ -93,16 +118,20 @@ class CZevDirectoryDialog {
   const std::string& GetFilterString() const { return m_strFilter; }
 
   // ---- events a window forwards ----
+  CString GetCaption() const override { return m_strTitle; }
+  void OnInitDialog() override {}
+  void OnSelChange(int, int, int) override {}
+  int OnClick(int) override { return 0; }
   // The user typed text into an edit field (folder or name included).
-  virtual void OnEditText(int id, const char* text);
+  void OnEditText(int id, const char* text) override;
+  void OnSpin(int, int) override {}
   // OK pressed: 1 when the dialog closes (OnFileNameOK accepted), 0 when it stays open.
-  int OnOK();
+  int OnOK() override;
   // Cancel pressed: the dialog closes with nothing read or saved.
-  void OnCancel() { m_nResult = 2; }
-  // 1 after OK, 2 after Cancel, 0 while open.
-  int GetResult() const { return m_nResult; }
+  void OnCancel() override { m_nResult = 2; }
+  int GetResult() const override { return m_nResult; }
 
-  CDialogControlModel& Controls() { return m_Controls; }
+  CDialogControlModel& Controls() override { return m_Controls; }
   const CDialogControlModel& Controls() const { return m_Controls; }
 
  protected:

@@ -12,7 +12,7 @@
 
 namespace zev {
 
-class CZevExportDlg {
+class CZevExportDlg : public CDialogModel {
  public:
   // Control ids.
   enum : int {
@@ -50,7 +50,8 @@ class CZevExportDlg {
   static int CanFilterTakeObject(int filterType, LONG objectType);
 
   // Which filters are offered, the filter text, the last choice; the object list.
-  void OnInitDialog();
+  // Filter rows added or reset after the constructor take effect here.
+  void OnInitDialog() override;
   // Bit i set: row i of the full list is offered.
   std::uint32_t GetOfferMask() const { return m_nOfferMask; }
   // Filter indices count from 1, as the file dialog's do; 0 stands for none.
@@ -75,16 +76,22 @@ class CZevExportDlg {
   // The raw data option clicked: toggles it when it is shown (1), else 0.
   int OnClickRawData();
   // Text typed into the folder or name field.
-  void OnEditText(int id, const char* text);
+  void OnEditText(int id, const char* text) override;
   // The file dialog's multi-selection buffer: "folder\0name\0name\0\0", or one full
   // path and "\0\0".
   void SetFileNameBuffer(const char* buffer, size_t size);
+  // The same events by control id. The filter list's rows count from 0 here.
+  void OnSelChange(int id, int row, int selected) override;
+  int OnClick(int id) override { return id == IDC_ZEXP_RAW_DATA ? OnClickRawData() : 0; }
+  void OnSpin(int, int) override {}
+  // "Export" or "Import".
+  CString GetCaption() const override { return m_bExport ? "Export" : "Import"; }
   // OK pressed: 1 when the dialog closes, 0 when it stays open.
-  int OnOK();
-  void OnCancel() { m_nResult = 2; }
-  int GetResult() const { return m_nResult; }
+  int OnOK() override;
+  void OnCancel() override { m_nResult = 2; }
+  int GetResult() const override { return m_nResult; }
 
-  CDialogControlModel& Controls() { return m_Controls; }
+  CDialogControlModel& Controls() override { return m_Controls; }
   const CDialogControlModel& Controls() const { return m_Controls; }
 
  protected:
