@@ -264,10 +264,11 @@ int CZevExportDlg::OnFileNameOK() {
       for (size_t j = i + 1; j < chosen.size() && !duplicate; ++j)
         duplicate = std::strcmp(chosen[i]->ObName, chosen[j]->ObName) == 0;
     // Asked before the list changes, so that staying open keeps everything as it was.
-    if (duplicate &&
-        MessageBoxA(nullptr, "There are duplicate names selected. Continue?", GetCaption(), MB_YESNO | MB_ICONQUESTION) !=
-            IDYES)
-      return 1;
+    if (duplicate) {
+      const int answer = MessageBoxA(nullptr, "There are duplicate names selected. Continue?", GetCaption(),
+                                     MB_YESNO | MB_ICONQUESTION);
+      if (answer != IDYES) return 1;
+    }
     CObSeqIDList selected;
     for (CObSeqID* id : chosen) selected.AddTail(selected.CloneElement(id));
     m_IDList = selected;
