@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <initializer_list>
 
 #include "zevutil/platform/Host.h"
 #include "zevutil/platform/Profile.h"
@@ -40,38 +39,46 @@ constexpr int kElements[7] = {
     CExportObjectDialog::IDC_EXPORT_ALIGN_ACCURACY,
 };
 
-// One row of the option table: the filters and object types it covers (empty: any)
-// and the state of each element option. The first row that matches wins.
+// One row of the option table: the filters and object types it covers (a list that
+// starts with its marker covers all) and the state of each element option. The first
+// row that matches wins.
+constexpr int kAnyFilter = -100;
+constexpr LONG kNoObject = -100;
 struct OptionRow {
-  std::initializer_list<int> filters;
-  std::initializer_list<LONG> objects;
+  int filters[2];
+  LONG objects[3];
   int cells[7];
+
+  // The markers only fill the lists: they never match a value.
+  bool Covers(int filter, LONG object) const {
+    bool f = filters[0] == kAnyFilter;
+    for (int x : filters) f = f || (x != kAnyFilter && x == filter);
+    bool o = objects[0] == kNoObject;
+    for (LONG x : objects) o = o || (x != kNoObject && x == object);
+    return f && o;
+  }
 };
 
+constexpr int AnyF = kAnyFilter;
+constexpr LONG AnyO = kNoObject, No = kNoObject;
 const OptionRow kOptionTable[] = {
-    {{EXPORT_TEXT}, {kSampleData, kGalvoScan}, {Free, On, Free, Free, Free, Free, Free}},
-    {{EXPORT_TEXT}, {kSampleResult}, {OffFree, Off, OffFree, On, Off, Off, Off}},
-    {{EXPORT_TEXT}, {}, {Free, Free, Free, Free, Free, Free, Free}},
-    {{EXPORT_SEQ}, {}, {Off, Off, Off, On, Off, Off, Off}},
-    {{EXPORT_FASTA}, {}, {Off, Off, Off, On, On, Off, Off}},
-    {{EXPORT_SCF2, EXPORT_SCF3}, {kSampleData, kGalvoScan}, {On, On, Free, AsResult, AsResult, Off, Off}},
-    {{EXPORT_SCF2, EXPORT_SCF3}, {kSampleResult}, {On, On, Free | Hide, AsResult | Hide, AsResult, Off, Off}},
-    {{EXPORT_SCF2, EXPORT_SCF3}, {}, {On, Free, Free, AsResult, AsResult, Off, Off}},
-    {{EXPORT_ESD}, {kSampleResult, kSampleData, kSequenceResult}, {Off, On, Off, Off, Off, Off, Off}},
-    {{EXPORT_ABI}, {kSampleData}, {On, On, Keep | Hide, Keep | Hide, Keep | Hide, Keep | Hide, Keep | Hide}},
-    {{EXPORT_ABI}, {kSequenceResult, kSampleResult}, {On, On, On, On, Keep | Hide, Keep | Hide, Keep | Hide}},
-    {{EXPORT_CRV}, {kSampleResult}, {Keep | Hide, Keep | Hide, On, Keep | Hide, Keep | Hide, Keep | Hide, Keep | Hide}},
-    {{}, {kSampleData, kSequenceResult, kSampleResult}, {On, On, On, On, On, Off, Off}},
-    {{}, {}, {Off, Off, On, On, On, Off, Off}},
+    {{EXPORT_TEXT, AnyF}, {kSampleData, kGalvoScan, No}, {Free, On, Free, Free, Free, Free, Free}},
+    {{EXPORT_TEXT, AnyF}, {kSampleResult, No, No}, {OffFree, Off, OffFree, On, Off, Off, Off}},
+    {{EXPORT_TEXT, AnyF}, {AnyO, No, No}, {Free, Free, Free, Free, Free, Free, Free}},
+    {{EXPORT_SEQ, AnyF}, {AnyO, No, No}, {Off, Off, Off, On, Off, Off, Off}},
+    {{EXPORT_FASTA, AnyF}, {AnyO, No, No}, {Off, Off, Off, On, On, Off, Off}},
+    {{EXPORT_SCF2, EXPORT_SCF3}, {kSampleData, kGalvoScan, No}, {On, On, Free, AsResult, AsResult, Off, Off}},
+    {{EXPORT_SCF2, EXPORT_SCF3}, {kSampleResult, No, No}, {On, On, Free | Hide, AsResult | Hide, AsResult, Off, Off}},
+    {{EXPORT_SCF2, EXPORT_SCF3}, {AnyO, No, No}, {On, Free, Free, AsResult, AsResult, Off, Off}},
+    {{EXPORT_ESD, AnyF}, {kSampleResult, kSampleData, kSequenceResult}, {Off, On, Off, Off, Off, Off, Off}},
+    {{EXPORT_ABI, AnyF}, {kSampleData, No, No},
+     {On, On, Keep | Hide, Keep | Hide, Keep | Hide, Keep | Hide, Keep | Hide}},
+    {{EXPORT_ABI, AnyF}, {kSequenceResult, kSampleResult, No}, {On, On, On, On, Keep | Hide, Keep | Hide, Keep | Hide}},
+    {{EXPORT_CRV, AnyF}, {kSampleResult, No, No},
+     {Keep | Hide, Keep | Hide, On, Keep | Hide, Keep | Hide, Keep | Hide, Keep | Hide}},
+    {{AnyF, AnyF}, {kSampleData, kSequenceResult, kSampleResult}, {On, On, On, On, On, Off, Off}},
+    {{AnyF, AnyF}, {AnyO, No, No}, {Off, Off, On, On, On, Off, Off}},
 };
-
-template <class T, class U>
-bool InList(std::initializer_list<T> list, U value) {
-  if (list.size() == 0) return true;
-  for (T v : list)
-    if (v == value) return true;
-  return false;
-}
 
 bool EndsWithNoCase(const CString& text, const CString& tail) {
   if (tail.GetLength() > text.GetLength()) return false;
@@ -390,7 +397,7 @@ void CExportObjectDialog::EnableOptionsBasedOnFileType(int previousFilter) {
 
   const OptionRow* row = nullptr;
   for (const OptionRow& r : kOptionTable) {
-    if (InList(r.filters, int(filter)) && InList(r.objects, m_lObjectType)) {
+    if (r.Covers(filter, m_lObjectType)) {
       row = &r;
       break;
     }
