@@ -133,7 +133,18 @@ int CBaseSequenceTrimmingOutputObject::CountAlpha(const char* text) {
 }
 
 int CBaseSequenceTrimmingOutputObject::GetTextOutput(COutputInfo* info, CString& text) {
-  if (!info || IsExporting()) return 0;
+  if (!info) return 0;
+  if (IsExporting()) {
+    // kept: the report is for paper; an export gets no text and no stop, so the export
+    // loop ends only on its end test, after one empty round for every string the
+    // object may have (0x7FFFFFFF, billions of rounds). Those rounds write nothing and
+    // change nothing but the string index, so the index is moved to the last of them
+    // at once: the export ends on its next test, with the same empty file, the same
+    // result and the same final index.
+    const LONG last = GetNumberOfTextStrings() - 1;
+    if (info->m_nStringIndex < last) info->m_nStringIndex = last;
+    return 0;
+  }
   text.Empty();
   const bool hasQ = m_pSequence->HasQualityTrimRange();
   const int n = m_pSequence->GetNumContaminantMatches(false);
