@@ -336,3 +336,30 @@ TEST(CBaseSequenceTrimmingOutputObject, PrintJobEndsAfterTheLastLine) {
 }
 
 }  // namespace
+
+namespace {
+
+// The report is for paper: exported as text it writes nothing, and the export ends on
+// its end test (every one of the 0x7FFFFFFF strings counted as done) without running
+// through them one by one.
+TEST(CBaseSequenceTrimmingOutputObject, TextExportIsEmptyAndEnds) {
+  CBaseSequence seq = Ramp(10);
+  seq.SetQualityTrimRange(0, 3);
+  for (const char* name : {"plain.txt", "again.txt"}) {
+    SCOPED_TRACE(name);
+    CBaseSequenceTrimmingOutputObject obj(seq, 12);
+    const std::string path = Scratch(std::string("trimexport_") + name);
+    ASSERT_EQ(obj.ExportObject(EXPORT_TEXT, path.c_str(), CObjectOutputDef()), 1);
+    EXPECT_TRUE(std::ifstream(path).good());
+    EXPECT_EQ(ReadAll(path), "");
+    EXPECT_EQ(obj.m_nLineIndex, 0);
+  }
+  // Embedded in another job, it leaves that job's string index where the loop ends.
+  COutputInfo outer(EXPORT_TEXT);
+  CBaseSequenceTrimmingOutputObject obj(seq, 12);
+  EXPECT_EQ(obj.ExportEmbeddedObject(CObjectOutputDef(), &outer), 1);
+  EXPECT_EQ(outer.m_nStringIndex, 0x7FFFFFFF);
+  EXPECT_EQ(outer.m_bStopOutput, 0);
+}
+
+}  // namespace
