@@ -47,6 +47,15 @@ int LongestPrefixWithin(CDC* dc, const char* s, int n, int limit) {
   return lo;
 }
 
+// Cuts s at its end, behind an ellipsis, until it fits space less pad blank widths.
+void CutEndToFit(CString& s, int space, CDC* dc, int pad) {
+  const int padWidth = pad * Width(dc, "  ", 2) / 2;
+  if (Width(dc, s) > space - padWidth) {
+    const int keep = LongestPrefixWithin(dc, s, s.GetLength(), space - padWidth - Width(dc, "...", 3));
+    s = s.Left(keep) + "...";
+  }
+}
+
 }  // namespace
 
 void SplitTemplate(const CString& tmpl, CString& left, CString& middle, CString& right) {
@@ -346,21 +355,13 @@ void CPrintHandler::Format(CString& s, int bPage) {
 
 void CPrintHandler::LeftFit(CString& s, int space, CDC* dc, int pad) {
   CPrintFpuGuard guard("LeftFit");
-  const int padWidth = pad * Width(dc, "  ", 2) / 2;
-  if (Width(dc, s) > space - padWidth) {
-    const int keep = LongestPrefixWithin(dc, s, s.GetLength(), space - padWidth - Width(dc, "...", 3));
-    s = s.Left(keep) + "...";
-  }
+  CutEndToFit(s, space, dc, pad);
 }
 
 void CPrintHandler::RightFit(CString& s, int space, CDC* dc, int pad) {
   CPrintFpuGuard guard("RightFit");
   // kept: also cuts at the end, as LeftFit does.
-  const int padWidth = pad * Width(dc, "  ", 2) / 2;
-  if (Width(dc, s) > space - padWidth) {
-    const int keep = LongestPrefixWithin(dc, s, s.GetLength(), space - padWidth - Width(dc, "...", 3));
-    s = s.Left(keep) + "...";
-  }
+  CutEndToFit(s, space, dc, pad);
 }
 
 CString CPrintHandler::GetFormattedString(CString& left, CString& middle, CString& right, CDC* dc, int width,
