@@ -47,6 +47,27 @@ int LongestPrefixWithin(CDC* dc, const char* s, int n, int limit) {
   return lo;
 }
 
+// The font of a heading: the body font two points larger and bold, and underlined on
+// request (else as the body font is). Null when it can't be made; the caller deletes it.
+CFont* MakeHeadingFont(CPrintHandler& handler, const FontDef& body, CDC* dc, bool underline) {
+  FontDef def = body;
+  def.m_nSize += 20;
+  def.m_nWeight = 700;
+  if (underline) def.m_bUnderline = 1;
+  CFont* font = nullptr;
+  handler.CreateHandlerFont(font, def, dc);
+  return font;
+}
+
+// Cuts s at its end, behind an ellipsis, until it fits space less pad blank widths.
+void CutEndToFit(CString& s, int space, CDC* dc, int pad) {
+  const int padWidth = pad * Width(dc, "  ", 2) / 2;
+  if (Width(dc, s) > space - padWidth) {
+    const int keep = LongestPrefixWithin(dc, s, s.GetLength(), space - padWidth - Width(dc, "...", 3));
+    s = s.Left(keep) + "...";
+  }
+}
+
 }  // namespace
 
 void SplitTemplate(const CString& tmpl, CString& left, CString& middle, CString& right) {
@@ -346,21 +367,13 @@ void CPrintHandler::Format(CString& s, int bPage) {
 
 void CPrintHandler::LeftFit(CString& s, int space, CDC* dc, int pad) {
   CPrintFpuGuard guard("LeftFit");
-  const int padWidth = pad * Width(dc, "  ", 2) / 2;
-  if (Width(dc, s) > space - padWidth) {
-    const int keep = LongestPrefixWithin(dc, s, s.GetLength(), space - padWidth - Width(dc, "...", 3));
-    s = s.Left(keep) + "...";
-  }
+  CutEndToFit(s, space, dc, pad);
 }
 
 void CPrintHandler::RightFit(CString& s, int space, CDC* dc, int pad) {
   CPrintFpuGuard guard("RightFit");
   // kept: also cuts at the end, as LeftFit does.
-  const int padWidth = pad * Width(dc, "  ", 2) / 2;
-  if (Width(dc, s) > space - padWidth) {
-    const int keep = LongestPrefixWithin(dc, s, s.GetLength(), space - padWidth - Width(dc, "...", 3));
-    s = s.Left(keep) + "...";
-  }
+  CutEndToFit(s, space, dc, pad);
 }
 
 CString CPrintHandler::GetFormattedString(CString& left, CString& middle, CString& right, CDC* dc, int width,
@@ -571,12 +584,7 @@ int CPrintHandler::PrintHeading1(const char* title, const char* text) {
   CDC* dc = GetPrintDC();
   COutputInfo* info = m_pOutputInfo;
   if (!dc || !info) return 0;
-  FontDef def = m_fontBody;
-  def.m_nSize += 20;
-  def.m_nWeight = 700;
-  def.m_bUnderline = 1;
-  CFont* font = nullptr;
-  CreateHandlerFont(font, def, dc);
+  CFont* font = MakeHeadingFont(*this, m_fontBody, dc, true);
   if (!font) return 0;
   CFont* old = dc->SelectObject(font);
   const CString s = CString(title) + ": " + CString(text);
@@ -597,11 +605,7 @@ int CPrintHandler::PrintHeading0(const char* title, const char* text) {
   CDC* dc = GetPrintDC();
   COutputInfo* info = m_pOutputInfo;
   if (!dc || !info) return 0;
-  FontDef def = m_fontBody;
-  def.m_nSize += 20;
-  def.m_nWeight = 700;
-  CFont* font = nullptr;
-  CreateHandlerFont(font, def, dc);
+  CFont* font = MakeHeadingFont(*this, m_fontBody, dc, false);
   if (!font) return 0;
   CFont* oldFont = dc->SelectObject(font);
   CString label = CString(title) + ": ";

@@ -61,6 +61,8 @@
 #include "zevutil/CPrintObject.h"
 #include "zevutil/COutputObject.h"
 #include "zevutil/CBaseSequenceOutputObject.h"
+#include "zevutil/CObjHeaderOutput.h"
+#include "zevutil/CBaseImpOutputObject.h"
 
 // Export option dialogs.
 #include "zevutil/CZevDirectoryDialog.h"

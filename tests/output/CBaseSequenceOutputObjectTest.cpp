@@ -2,10 +2,14 @@
 // and the trimming report, checked to the byte on small hand-made sequences.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
+#include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -333,6 +337,101 @@ TEST(CBaseSequenceTrimmingOutputObject, PrintJobEndsAfterTheLastLine) {
   EXPECT_EQ(drawn, std::vector<std::string>({"Original Sequence Length: 12", "Length after Quality Trimming: 4"}));
   EXPECT_EQ(obj.m_nLineIndex, 3);
   UnregisterTestPrinter("zevtest-trimreport");
+}
+
+}  // namespace
+
+namespace {
+
+// The report is for paper: exported as text it writes nothing, and the export ends on
+// its end test (every one of the 0x7FFFFFFF strings counted as done) without running
+// through them one by one.
+TEST(CBaseSequenceTrimmingOutputObject, TextExportIsEmptyAndEnds) {
+  CBaseSequence seq = Ramp(10);
+  seq.SetQualityTrimRange(0, 3);
+  for (const char* name : {"plain.txt", "again.txt"}) {
+    SCOPED_TRACE(name);
+    CBaseSequenceTrimmingOutputObject obj(seq, 12);
+    const std::string path = Scratch(std::string("trimexport_") + name);
+    ASSERT_EQ(obj.ExportObject(EXPORT_TEXT, path.c_str(), CObjectOutputDef()), 1);
+    EXPECT_TRUE(std::ifstream(path).good());
+    EXPECT_EQ(ReadAll(path), "");
+    EXPECT_EQ(obj.m_nLineIndex, 0);
+  }
+  // Embedded in another job, it leaves that job's string index where the loop ends.
+  COutputInfo outer(EXPORT_TEXT);
+  CBaseSequenceTrimmingOutputObject obj(seq, 12);
+  EXPECT_EQ(obj.ExportEmbeddedObject(CObjectOutputDef(), &outer), 1);
+  EXPECT_EQ(outer.m_nStringIndex, 0x7FFFFFFF);
+  EXPECT_EQ(outer.m_bStopOutput, 0);
+}
+
+}  // namespace
+
+namespace {
+
+// Export rows are written without printf; they must be printf's bytes all the same:
+// halfway cases of both precisions, signed zeros, negatives that round to zero, huge,
+// tiny and non-finite values, odd letters and data points, and a sweep of random bit
+// patterns, each row compared with the one snprintf makes of the same values.
+TEST(CBaseSequenceOutputObject, TextExportRowsAreThoseOfPrintf) {
+  const float inf = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  std::vector<float> values = {0.0f,    -0.0f,  0.5f,    1.5f,     2.5f,     -0.5f,     -0.4f,  0.125f,
+                               0.375f,  0.005f, 0.015f,  0.025f,   0.045f,   1.005f,    99.995f, 1e30f,
+                               3.4e38f, 1e-45f, 1.2e-38f, -1e-20f, 123456.785f, 0.994999f, inf,  -inf,
+                               nan,     -nan,   59.99f,  -59.995f};
+  std::mt19937 random(20261123);
+  for (int i = 0; i < 4000; ++i) {
+    std::uint32_t bits = random();
+    float f;
+    std::memcpy(&f, &bits, sizeof f);
+    values.push_back(f);
+    values.push_back(float(random() % 200000) / 1000.0f);  // plain scores with three decimals
+  }
+  const std::vector<char> codes = {'A', 'C', 'G', 'T', 'N', '-', 'y', '\0', '\xb5'};
+  const std::vector<LONG> points = {0, -1, 7, 0x7FFFFFFF, LONG(0x80000000u)};
+  CBaseSequence seq;
+  std::string want = kExportHead;
+  for (size_t i = 0; i < values.size(); ++i) {
+    CCalledBase b;
+    b.m_lBaseNumber = LONG(i);
+    b.m_Code = codes[i % codes.size()];
+    for (int s = 0; s < 4; ++s) b.m_fScore[s] = values[(i + size_t(s)) % values.size()];
+    b.m_fCallScore = values[(i + 4) % values.size()];
+    b.m_fQualityValue = values[(i + 5) % values.size()];
+    b.m_fMigrationTime = values[(i + 6) % values.size()];
+    b.m_lDataPoint = points[i % points.size()];
+    b.m_lInserted = LONG(i % 2);
+    b.m_lEdited = LONG(i % 3 == 0);
+    seq.AddTail(new CCalledBase(b));
+    const float minutes = b.m_fMigrationTime > 0.0f ? float(b.m_fMigrationTime / 60.0) : 0.0f;
+    char row[1024];
+    const int n = std::snprintf(row, sizeof row, "%i\t%c\t%.0f\t%.0f\t%.0f\t%.0f\t%.2f\t%.0f\t%.2f\t%i\t%s\t%s\r\n",
+                                int(i) + 1, char(b.m_Code), double(b.m_fScore[0]), double(b.m_fScore[1]),
+                                double(b.m_fScore[2]), double(b.m_fScore[3]), double(b.m_fCallScore),
+                                double(b.m_fQualityValue), double(minutes), int(b.m_lDataPoint),
+                                b.m_lInserted ? "Yes" : "No", b.m_lEdited ? "Yes" : "No");
+    ASSERT_GT(n, 0);
+    ASSERT_LT(n, int(sizeof row));
+    want.append(row, size_t(n));
+  }
+  ASSERT_EQ(seq.GetCount(), INT_PTR(values.size()));
+  CBaseSequenceOutputObject obj(seq);
+  const std::string path = Scratch("printf_rows.txt");
+  ASSERT_EQ(obj.ExportObject(EXPORT_TEXT, path.c_str(), CObjectOutputDef()), 1);
+  const std::string got = ReadAll(path);
+  ASSERT_EQ(got.size(), want.size());
+  size_t line = 0;
+  for (size_t at = 0, end = 0; at < want.size(); at = end + 2, ++line) {
+    end = want.find("\r\n", at);
+    if (got.compare(at, end - at + 2, want, at, end - at + 2) != 0) {
+      ADD_FAILURE() << "row " << line << ": got " << got.substr(at, end - at) << ", printf gives "
+                    << want.substr(at, end - at);
+      break;
+    }
+  }
+  EXPECT_EQ(got, want);
 }
 
 }  // namespace
