@@ -47,6 +47,15 @@ BOOL CProgressControlDlg::OnInitDialog() {
 }
 
 int CProgressControlDlg::Continue() {
+  // A message that destroys the window deletes this object (here or in the question's own
+  // loop): the flag on the stack tells.
+  bool alive = true;
+  bool* outer = m_pAlive;
+  m_pAlive = &alive;
+  auto gone = [&] {
+    if (outer) *outer = false;
+    return 0;
+  };
   MSG msg;
   while (m_hWnd && PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {
     if (msg.message == WM_QUIT) {
@@ -54,21 +63,27 @@ int CProgressControlDlg::Continue() {
       PostQuitMessage(int(msg.wParam));
       break;
     }
-    if (!m_hWnd || !IsDialogMessageA(m_hWnd, &msg)) {
+    if (!IsDialogMessageA(m_hWnd, &msg)) {
       TranslateMessage(&msg);
       DispatchMessageA(&msg);
     }
+    if (!alive) return gone();
   }
-  if (!m_hWnd || !::zev::IsWindow(m_hWnd)) return 0;
+  if (!m_hWnd || !::zev::IsWindow(m_hWnd)) {
+    m_pAlive = outer;
+    return 0;
+  }
   if (!m_bContinue) {
     const char* text = "Are you sure you want to cancel?";
     const char* title = "Cancel operation";
     const UINT style = MB_YESNO | MB_ICONQUESTION;
     int answer = m_pOwner && m_pOwner->IsWindow() ? MessageBoxA(m_pOwner->GetSafeHwnd(), text, title, style)
                                                   : MessageBoxA(nullptr, text, title, style);
+    if (!alive) return gone();
     // Yes leaves the flag down, so a later call asks again.
     if (answer != IDYES) m_bContinue = 1;
   }
+  m_pAlive = outer;
   return m_bContinue;
 }
 
@@ -119,6 +134,7 @@ void CProgressControlDlg::OnCancel() {
 
 void CProgressControlDlg::PostNcDestroy() {
   m_hProgress = nullptr;
+  if (m_pAlive) *m_pAlive = false;
   delete this;
 }
 

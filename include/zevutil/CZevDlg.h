@@ -142,6 +142,8 @@ class CProgressControlDlg : public CDialog {
   void PostNcDestroy() override;
 
   HWND m_hProgress = nullptr;
+  // Set while Continue runs its messages: one of them may end the window and so the object.
+  bool* m_pAlive = nullptr;
   int m_bContinue = 1;
   int m_bHideCancel = 0;
   int m_nTotalCount = 1;
