@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "zevutil/CFlexMessageBox.h"
+#include "zevutil/CPrintStatusDlg.h"
 #include "zevutil/CZevDlg.h"
 #include "zevutil/platform/Window.h"
 
@@ -52,6 +53,22 @@ DialogTemplate NoticeTemplate(short cx, short cy, short textCy) {
   return t;
 }
 
+// The print job's status: four lines, and the cancel button whose place the "Cancelled"
+// line takes once it is pressed.
+DialogTemplate PrintStatusTemplate() {
+  DialogTemplate t(kDialogStyle & ~WS_SYSMENU, 0, 0, 200, 86, "Printing");
+  t.LText("Document:", 0xFFFF, 7, 7, 50, 10)
+      .LText("", IDC_PRINTSTATUS_TITLE, 60, 7, 133, 10, SS_NOPREFIX)
+      .LText("Printer:", 0xFFFF, 7, 19, 50, 10)
+      .LText("", IDC_PRINTSTATUS_PRINTER, 60, 19, 133, 10, SS_NOPREFIX)
+      .LText("Port:", 0xFFFF, 7, 31, 50, 10)
+      .LText("", IDC_PRINTSTATUS_PORT, 60, 31, 133, 10, SS_NOPREFIX)
+      .CText("", IDC_PRINTSTATUS_PAGE, 7, 47, 186, 10, SS_NOPREFIX)
+      .PushButton("Cancel", IDCANCEL, 75, 64, 50, 14)
+      .CText("Cancelled", IDC_PRINTSTATUS_CANCELLED, 7, 66, 186, 10, SS_NOPREFIX);
+  return t;
+}
+
 }  // namespace
 
 void RegisterToolkitTemplates() {
@@ -62,6 +79,7 @@ void RegisterToolkitTemplates() {
     RegisterDialogTemplate(MAKEINTRESOURCEA(WORD(IDD_PROGRESSCONTROL)), ProgressTemplate());
     RegisterDialogTemplate(MAKEINTRESOURCEA(WORD(IDD_ZEVMSGBOX)), NoticeTemplate(260, 100, 64));
     RegisterDialogTemplate(MAKEINTRESOURCEA(WORD(IDD_ZEVMSGBOX_SMALL)), NoticeTemplate(200, 64, 30));
+    RegisterDialogTemplate(IDD_PRINTSTATUS, PrintStatusTemplate());
   });
 }
 

@@ -4,7 +4,7 @@
 
 namespace zev {
 
-// Registers "IDD_FLEXMSGBOX", 11022, 11023, 11401 and 11402 once per process; later calls
+// Registers "IDD_FLEXMSGBOX", 11022, 11023, 11401, 11402 and "IDD_PRINTSTATUS" once per process; later calls
 // do nothing.
 void RegisterToolkitTemplates();
 

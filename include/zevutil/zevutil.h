@@ -72,3 +72,4 @@
 #include "zevutil/CDialog.h"
 #include "zevutil/CFlexMessageBox.h"
 #include "zevutil/CZevDlg.h"
+#include "zevutil/CPrintStatusDlg.h"

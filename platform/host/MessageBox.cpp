@@ -104,12 +104,13 @@ WindowMessageBoxFn SetWindowMessageBox(WindowMessageBoxFn fn) {
   return g_windowBox.exchange(fn, std::memory_order_acq_rel);
 }
 
-bool WindowMessageBoxAvailable() {
-  if (!g_windowBox.load(std::memory_order_acquire)) return false;
+bool WindowsOnScreen() {
   // Only the display backend shows windows, and it serves the thread that opened the
-  // display: the main thread in the suite's programs. Elsewhere a box would wait unseen.
+  // display: the main thread in the suite's programs. Elsewhere a window would wait unseen.
   return std::strcmp(wnd::Backend().Name(), "null") != 0 && ::gettid() == ::getpid();
 }
+
+bool WindowMessageBoxAvailable() { return g_windowBox.load(std::memory_order_acquire) && WindowsOnScreen(); }
 
 TraceHandler SetTraceHandler(TraceHandler handler) {
   std::lock_guard<std::mutex> g(g_handlerLock);

@@ -16,4 +16,8 @@ WindowMessageBoxFn SetWindowMessageBox(WindowMessageBoxFn fn);
 // Whether MessageBoxA on the calling thread would show the window form now.
 bool WindowMessageBoxAvailable();
 
+// Whether a display backend shows the calling thread's windows (the GTK backend serves the
+// main thread, which opened the display); false on the null backend.
+bool WindowsOnScreen();
+
 }  // namespace zev
