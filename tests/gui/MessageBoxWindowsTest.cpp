@@ -11,6 +11,7 @@
 
 #include "platform/window/WindowBackend.h"
 #include "zevutil/CFlexMessageBox.h"
+#include "zevutil/CPrintStatusDlg.h"
 #include "zevutil/CZevDlg.h"
 #include "zevutil/platform/Host.h"
 #include "zevutil/platform/Window.h"
@@ -334,6 +335,49 @@ TEST_F(MessageBoxWindows, ProgressCancelAsksAndYesStopsTheWorker) {
   EXPECT_EQ(lineAtQuestion, "Cancelling...Please Wait...");
   EXPECT_TRUE(IsWindow(self)) << "the window stays until the worker is done";
   DestroyWindow(self);
+}
+
+TEST_F(MessageBoxWindows, PrintStatusShowsTheJobAndItsCancelSetsTheFlag) {
+  PrintStatusHandler old = UsePrintStatusWindows();
+  ASSERT_TRUE(WindowsOnScreen());
+  int job = 0;
+  LONG flag = 9;
+  PrintStatusInfo s;
+  s.job = &job;
+  s.cancelFlag = &flag;
+  s.event = PrintStatusEvent::Open;
+  s.title = "Sequence report: plate_A run ";  // 29 characters, as the print object cut it
+  s.printer = "Print to PDF";
+  s.port = "Default Port";
+  NotifyPrintStatus(s);
+  EXPECT_EQ(flag, 0);
+  HWND dlg = FindWindowA(nullptr, "Printing");
+  ASSERT_TRUE(dlg);
+  s.event = PrintStatusEvent::Page;
+  s.page = "Page 3";
+  NotifyPrintStatus(s);
+  Settle(dlg);
+  ExpectNothingClipped(dlg);
+  EXPECT_TRUE(zevtest::Screenshot(PeerWidget(dlg), "print_status.png"));
+  ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(dlg, IDCANCEL))));
+  // The job pumps its messages at each new page.
+  ULONGLONG end = Now() + 3000;
+  while (flag == 0 && Now() < end) {
+    s.page = "Page 4";
+    NotifyPrintStatus(s);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  EXPECT_EQ(flag, 1);
+  HWND cancelled = GetDlgItem(dlg, IDC_PRINTSTATUS_CANCELLED);
+  Settle(dlg, 100);
+  EXPECT_TRUE(gtk_widget_get_visible(PeerWidget(cancelled)));
+  EXPECT_FALSE(gtk_widget_get_visible(PeerWidget(GetDlgItem(dlg, IDCANCEL))));
+  ExpectNothingClipped(dlg);
+  EXPECT_TRUE(zevtest::Screenshot(PeerWidget(dlg), "print_status_cancelled.png"));
+  s.event = PrintStatusEvent::Close;
+  NotifyPrintStatus(s);
+  EXPECT_FALSE(IsWindow(dlg));
+  SetPrintStatusHandler(old);
 }
 
 }  // namespace
