@@ -337,6 +337,84 @@ TEST_F(MessageBoxWindows, ProgressCancelAsksAndYesStopsTheWorker) {
   DestroyWindow(self);
 }
 
+// The window told of a modeless dialog's end.
+std::vector<std::pair<int, int>> g_notices;  // (low word, high word) of each WM_COMMAND
+LRESULT NoticeTargetProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (msg == WM_COMMAND) g_notices.push_back({LOWORD(DWORD(wParam)), HIWORD(DWORD(wParam))});
+  return DefWindowProcA(hwnd, msg, wParam, lParam);
+}
+
+// The thread's flexible box, found by its prompt control.
+HWND FlexBoxOnScreen() {
+  HWND found = nullptr;
+  EnumWindows(
+      [](HWND w, LPARAM l) -> BOOL {
+        if (!GetDlgItem(w, IDC_FLEXMSGBOX_PROMPT)) return TRUE;
+        *reinterpret_cast<HWND*>(l) = w;
+        return FALSE;
+      },
+      reinterpret_cast<LPARAM>(&found));
+  return found;
+}
+
+TEST_F(MessageBoxWindows, ModelessDialogChecksItsNumberAndReportsItsEnd) {
+  UseFlexMessageBoxes();
+  static const ATOM cls = [] {
+    WNDCLASSA wc{};
+    wc.lpfnWndProc = NoticeTargetProc;
+    wc.lpszClassName = "ZevNoticeTarget";
+    return RegisterClassA(&wc);
+  }();
+  ASSERT_TRUE(cls);
+  g_notices.clear();
+  HWND targetWnd = CreateWindowExA(0, "ZevNoticeTarget", "main", WS_POPUP, 0, 0, 200, 100, nullptr, nullptr,
+                                   nullptr, nullptr);
+  CWnd target(targetWnd);
+  CZevDlg dlg;
+  ASSERT_TRUE(dlg.Create(IDD_INPUTBOX, "Capillaries", &target, &target, TRUE, 77));
+  HWND self = dlg.GetSafeHwnd();
+  HWND edit = GetDlgItem(self, IDC_INPUTBOX_FIRST);
+  EXPECT_FALSE(IsWindowEnabled(targetWnd));
+  Settle(self);
+  ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(edit)));
+  EXPECT_TRUE(RunUntil([&] { return GetFocus() == edit; }, 2000, self));
+  zevtest::TypeText("42");
+  EXPECT_TRUE(RunUntil([&] { return GetWindowTextString(edit) == "42"; }, 3000, self));
+  // Out of range: the flexible box says so; OK there gives the focus back to the field.
+  std::string said;
+  int step = 0;
+  BOOL verified = TRUE;
+  {
+    Ticking t([&] {
+      HWND box = FlexBoxOnScreen();
+      if (!Mapped(box)) return;
+      if (++step == 4) {
+        said = GetWindowTextString(GetDlgItem(box, IDC_FLEXMSGBOX_PROMPT));
+        ExpectNothingClipped(box);
+        zevtest::Screenshot(PeerWidget(box), "spin_verify_message.png");
+        zevtest::ClickWidget(PeerWidget(ButtonCaptioned(box, "OK")));
+      }
+    });
+    verified = dlg.SpinEditVerify(IDC_INPUTBOX_FIRST, 1, 10, 0);
+  }
+  EXPECT_FALSE(verified);
+  EXPECT_EQ(said, "Please enter a value between 1 and 10");
+  EXPECT_EQ(GetFocus(), edit);
+  EXPECT_TRUE(dlg.SpinEditVerify(IDC_INPUTBOX_FIRST, 1, 42, 0)) << "a bound itself is within";
+  EXPECT_EQ(FlexBoxOnScreen(), nullptr);
+  Settle(self);  // redrawn where the box was
+  ExpectNothingClipped(self);
+  EXPECT_TRUE(zevtest::Screenshot(PeerWidget(self), "modeless_dialog.png"));
+  ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(self, IDOK))));
+  EXPECT_TRUE(RunUntil([&] { return !g_notices.empty(); }, 3000));
+  EXPECT_FALSE(IsWindow(self));
+  ASSERT_EQ(g_notices.size(), 1u);
+  EXPECT_EQ(g_notices[0], std::make_pair(77, IDOK + 800));
+  EXPECT_TRUE(IsWindowEnabled(targetWnd));
+  target.Detach();
+  DestroyWindow(targetWnd);
+}
+
 TEST_F(MessageBoxWindows, PrintStatusShowsTheJobAndItsCancelSetsTheFlag) {
   PrintStatusHandler old = UsePrintStatusWindows();
   ASSERT_TRUE(WindowsOnScreen());
