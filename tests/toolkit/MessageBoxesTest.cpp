@@ -76,7 +76,7 @@ struct LayoutCase {
   std::vector<const char*> captions;
   int autoWidth, aspect;
   int windowW, windowH;            // window size
-  RECT prompt_;                     // the prompt control, in client coordinates
+  RECT promptRect;                  // the prompt control, in client coordinates
   std::vector<RECT> buttons;        // in order of adding
 };
 
@@ -118,7 +118,7 @@ TEST_F(MessageBoxes, FlexibleBoxFitsItsPromptAndButtons) {
       EXPECT_EQ(wr.left, (1024 - c.windowW) / 2);
       EXPECT_EQ(wr.top, (768 - c.windowH) / 2);
       RECT p = ClientRectOf(GetDlgItem(dlg, IDC_FLEXMSGBOX_PROMPT));
-      EXPECT_TRUE(EqualRect(&p, &c.prompt_)) << p.left << "," << p.top << "," << p.right << "," << p.bottom;
+      EXPECT_TRUE(EqualRect(&p, &c.promptRect)) << p.left << "," << p.top << "," << p.right << "," << p.bottom;
       EXPECT_EQ(GetWindowTextString(GetDlgItem(dlg, IDC_FLEXMSGBOX_PROMPT)), c.prompt);
       // The template's buttons are gone; ours sit where the layout put them.
       std::vector<RECT> got;
