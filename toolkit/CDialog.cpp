@@ -3,6 +3,7 @@
 #include "zevutil/CDialog.h"
 
 #include "ToolkitTemplates.h"
+#include "zevutil/CFlexMessageBox.h"
 
 namespace zev {
 
@@ -21,10 +22,15 @@ void DDX_Text(CDataExchange* pDX, int id, CString& value) {
     SetDlgItemTextA(dlg, id, value);
 }
 
-CDialog::CDialog() { RegisterToolkitTemplates(); }
+// The first dialog of the process also makes MessageBoxA show its window form.
+CDialog::CDialog() {
+  RegisterToolkitTemplates();
+  UseFlexMessageBoxes();
+}
 
 CDialog::CDialog(LPCSTR templateName, CWnd* parent) : m_pParentWnd(parent) {
   RegisterToolkitTemplates();
+  UseFlexMessageBoxes();
   if (IS_INTRESOURCE(templateName)) {
     m_nIDTemplate = UINT(reinterpret_cast<std::uintptr_t>(templateName));
     m_lpszTemplateName = MAKEINTRESOURCEA(WORD(m_nIDTemplate));

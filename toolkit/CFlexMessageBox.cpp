@@ -12,7 +12,7 @@
 
 namespace zev {
 
-CFlexMessageBox::CFlexMessageBox(CWnd* parent) : CDialog("IDD_FLEXMSGBOX", parent) { UseFlexMessageBoxes(); }
+CFlexMessageBox::CFlexMessageBox(CWnd* parent) : CDialog("IDD_FLEXMSGBOX", parent) {}
 
 CFlexMessageBox& CFlexMessageBox::AddButton(const char* caption, int id) {
   if (id == -1) id = ++m_nNextAutoID;

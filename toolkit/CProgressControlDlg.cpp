@@ -9,11 +9,10 @@
 
 namespace zev {
 
-CProgressControlDlg::CProgressControlDlg() : CDialog(IDD_PROGRESSCONTROL) { UseFlexMessageBoxes(); }
+CProgressControlDlg::CProgressControlDlg() : CDialog(IDD_PROGRESSCONTROL) {}
 
 CProgressControlDlg::CProgressControlDlg(const char* title, CWnd* owner, int hideCancel)
     : CDialog(IDD_PROGRESSCONTROL, owner) {
-  UseFlexMessageBoxes();
   CreateProgressDialog(title, owner, hideCancel);
   m_nTotalCount = 1;
 }

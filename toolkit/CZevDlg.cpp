@@ -14,16 +14,12 @@ namespace zev {
 // ---- CZevDlg ----
 
 CZevDlg::CZevDlg(char* templateName, const char* title, CWnd* parent)
-    : CDialog(templateName, parent), m_strTitle(title ? title : ""), m_pNotifyTarget(parent), m_pParent(parent) {
-  UseFlexMessageBoxes();
-}
+    : CDialog(templateName, parent), m_strTitle(title ? title : ""), m_pNotifyTarget(parent), m_pParent(parent) {}
 
 CZevDlg::CZevDlg(unsigned int templateId, const char* title, CWnd* parent)
-    : CDialog(templateId, parent), m_strTitle(title ? title : ""), m_pNotifyTarget(parent), m_pParent(parent) {
-  UseFlexMessageBoxes();
-}
+    : CDialog(templateId, parent), m_strTitle(title ? title : ""), m_pNotifyTarget(parent), m_pParent(parent) {}
 
-CZevDlg::CZevDlg() : m_bModeless(TRUE) { UseFlexMessageBoxes(); }
+CZevDlg::CZevDlg() : m_bModeless(TRUE) {}
 
 BOOL CZevDlg::Create(const char* templateName, const char* title, CWnd* notifyTarget, CWnd* parent,
                      int disableParent, unsigned int notifyID) {
@@ -125,14 +121,10 @@ CZevMsgBox::CZevMsgBox(int large, unsigned int message)
     : CDialog(large ? IDD_ZEVMSGBOX : IDD_ZEVMSGBOX_SMALL),
       m_nTemplateID(large ? IDD_ZEVMSGBOX : IDD_ZEVMSGBOX_SMALL),
       m_nLarge(large),
-      m_nPostMessage(message) {
-  UseFlexMessageBoxes();
-}
+      m_nPostMessage(message) {}
 
 CZevMsgBox::CZevMsgBox(unsigned int templateId)
-    : CDialog(templateId ? templateId : IDD_ZEVMSGBOX), m_nTemplateID(templateId ? templateId : IDD_ZEVMSGBOX) {
-  UseFlexMessageBoxes();
-}
+    : CDialog(templateId ? templateId : IDD_ZEVMSGBOX), m_nTemplateID(templateId ? templateId : IDD_ZEVMSGBOX) {}
 
 BOOL CZevMsgBox::DisplayMessage(const CString& text, unsigned int style, CWnd* owner) {
   m_strMessage = text;
@@ -182,7 +174,7 @@ void CZevMsgBox::PostNcDestroy() { delete this; }
 
 // ---- CInputBoxDlg ----
 
-CInputBoxDlg::CInputBoxDlg(CWnd* parent) : CDialog(IDD_INPUTBOX, parent) { UseFlexMessageBoxes(); }
+CInputBoxDlg::CInputBoxDlg(CWnd* parent) : CDialog(IDD_INPUTBOX, parent) {}
 
 void CInputBoxDlg::DoDataExchange(CDataExchange* pDX) {
   DDX_Text(pDX, IDC_INPUTBOX_FIRST, m_strFirst);
