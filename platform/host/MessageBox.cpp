@@ -107,7 +107,9 @@ WindowMessageBoxFn SetWindowMessageBox(WindowMessageBoxFn fn) {
 bool WindowsOnScreen() {
   // Only the display backend shows windows, and it serves the thread that opened the
   // display: the main thread in the suite's programs. Elsewhere a window would wait unseen.
-  return std::strcmp(wnd::Backend().Name(), "null") != 0 && ::gettid() == ::getpid();
+  // The thread is asked first: the backend is picked (and the display opened) by the first
+  // thread that asks for it, which must not be a worker.
+  return ::gettid() == ::getpid() && std::strcmp(wnd::Backend().Name(), "null") != 0;
 }
 
 bool WindowMessageBoxAvailable() { return g_windowBox.load(std::memory_order_acquire) && WindowsOnScreen(); }
