@@ -71,7 +71,12 @@
 
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"
+#include "zevutil/platform/WindowMessageBox.h"
 #include "zevutil/CWinHookBase.h"
 #include "zevutil/CIdleHook.h"
 #include "zevutil/CDialogAssistant.h"
 #include "zevutil/CDib.h"
+#include "zevutil/CDialog.h"
+#include "zevutil/CFlexMessageBox.h"
+#include "zevutil/CZevDlg.h"
+#include "zevutil/CPrintStatusDlg.h"
