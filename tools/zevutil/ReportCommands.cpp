@@ -51,7 +51,7 @@ class TraceSummary : public zev::COutputObject {
     add("Format", t.trace.format);
     add("Sample", t.trace.sampleName.empty() ? "(none)" : t.trace.sampleName);
     add("Bases", std::to_string(t.originalLength));
-    add("Quality values", t.trace.hasQuality ? "from the file" : "none in the file (every quality is 0)");
+    add("Quality values", t.trace.hasQuality ? "from the file" : "none (every quality is 0)");
     if (t.trimming.qualityRange) {
       char cutoff[32];
       std::snprintf(cutoff, sizeof cutoff, "%g", o.trim.trimCutoff);
