@@ -99,6 +99,13 @@ class CDib {
   // bitmap object (for memory contexts and SS_BITMAP statics) the caller deletes, or null.
   BOOL Draw(HDC dc, const RECT& dst) const;
   HBITMAP CreateBitmap() const;
+  // A BITMAPINFO with room for a full table: the header and the table as RGB colours,
+  // as StretchDIBits and CreateDIBitmap take them.
+  struct DibInfo {
+    BITMAPINFOHEADER header;
+    RGBQUAD colors[256];
+  };
+  void DrawingInfo(DibInfo& info) const;
 
   // Bitmaps built into the program, by resource number, read like BMP files.
   static void RegisterBitmapResource(UINT id, const BYTE* data, std::size_t size);
@@ -107,13 +114,6 @@ class CDib {
  private:
   BOOL Allocate(int width, int height, int numColors, UINT usage);
   BOOL ReplaceInBits(int oldIndex, int newIndex, DWORD& count, CRect& rect);
-  // A BITMAPINFO with room for a full table: the header and the table as RGB colours,
-  // as StretchDIBits and CreateDIBitmap take them.
-  struct DibInfo {
-    BITMAPINFOHEADER header;
-    RGBQUAD colors[256];
-  };
-  void DrawingInfo(DibInfo& info) const;
 
   int m_width = 0;
   int m_height = 0;
