@@ -41,8 +41,6 @@ COLORREF ScreenColour(HWND ctl, int x, int y) {
   GtkWidget* w = gtkhost::PeerWidget(GetParent(ctl));
   int ox = 0, oy = 0;
   gdk_window_get_origin(gtk_widget_get_window(w), &ox, &oy);
-  RECT client{};
-  GetClientRect(GetParent(ctl), &client);
   POINT origin{0, 0};
   ClientToScreen(GetParent(ctl), &origin);
   // The layer's screen coordinates and the X server's may differ by the frame: go
