@@ -546,9 +546,8 @@ BOOL DrawEdge(HDC dc, RECT* rect, UINT edge, UINT flags) {
   return TRUE;
 }
 
-namespace {
-BOOL Blit(DeviceContext* c, int x, int y, int w, int h, const gdi::BitmapData* bmp, int xs, int ys, int ws,
-          int hs) {
+BOOL gdi::BlitBitmap(DeviceContext* c, int x, int y, int w, int h, const gdi::BitmapData* bmp, int xs, int ys,
+                    int ws, int hs) {
   TestDrawCall call{TestDrawCall::kBlt};
   // Sums of caller values are taken in 64 bits and clamped: no overflow on any input.
   auto add = [](int a, int b) { return int(std::clamp<long long>(0LL + a + b, INT32_MIN, INT32_MAX)); };
@@ -566,6 +565,8 @@ BOOL Blit(DeviceContext* c, int x, int y, int w, int h, const gdi::BitmapData* b
   c->surface->Image(*bmp, src, dst);
   return TRUE;
 }
+
+namespace {
 const gdi::BitmapData* SourceBitmap(HDC src) {
   DeviceContext* s = ContextOf(src);
   if (!s || !s->st.bitmap) return nullptr;
@@ -576,20 +577,20 @@ const gdi::BitmapData* SourceBitmap(HDC src) {
 BOOL BitBlt(HDC dst, int x, int y, int w, int h, HDC src, int xs, int ys, DWORD) {
   DeviceContext* c = ContextOf(dst);
   if (!c) return FALSE;
-  return Blit(c, x, y, w, h, SourceBitmap(src), xs, ys, w, h);
+  return gdi::BlitBitmap(c, x, y, w, h, SourceBitmap(src), xs, ys, w, h);
 }
 
 BOOL StretchBlt(HDC dst, int x, int y, int w, int h, HDC src, int xs, int ys, int ws, int hs, DWORD) {
   DeviceContext* c = ContextOf(dst);
   if (!c) return FALSE;
-  return Blit(c, x, y, w, h, SourceBitmap(src), xs, ys, ws, hs);
+  return gdi::BlitBitmap(c, x, y, w, h, SourceBitmap(src), xs, ys, ws, hs);
 }
 
 BOOL DrawBitmap(HDC dc, int x, int y, int w, int h, HBITMAP bitmap) {
   DeviceContext* c = ContextOf(dc);
   gdi::GdiObject* o = gdi::ObjectOf(bitmap);
   if (!c || !o || o->type != OBJ_BITMAP || !o->bitmap) return FALSE;
-  return Blit(c, x, y, w, h, o->bitmap.get(), 0, 0, o->bitmap->width, o->bitmap->height);
+  return gdi::BlitBitmap(c, x, y, w, h, o->bitmap.get(), 0, 0, o->bitmap->width, o->bitmap->height);
 }
 
 int IntersectClipRect(HDC dc, int l, int t, int r, int b) {

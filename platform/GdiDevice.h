@@ -2,6 +2,7 @@
 // device context draws on, and the host services behind them (fonts, destinations,
 // cairo surfaces, CUPS), which live in platform/host/.
 #pragma once
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -38,14 +39,21 @@ struct FontMetrics {
 // Results are cached by face, size, weight and slant.
 std::shared_ptr<const FontMetrics> ResolveFont(const LOGFONTA& lf);
 
-// A bitmap as top-down RGB triples.
+// A bitmap: indices mapped through a colour table (8-bit), or RGB triples (24-bit).
+// Rows are top down and unpadded. A bitmap never changes once made.
 struct BitmapData {
   int width = 0;
   int height = 0;
-  std::vector<BYTE> rgb;
+  std::vector<RGBQUAD> colors;  // 8-bit: the colour table
+  std::vector<BYTE> pixels;     // 8-bit: width * height indices
+  std::vector<BYTE> rgb;        // 24-bit: width * height * 3 bytes, red first
+  std::uint64_t serial = NextSerial();  // tells bitmaps apart for a host's cache
+  bool Indexed() const { return !pixels.empty(); }
+  static std::uint64_t NextSerial();
 };
-// The library's mark (the bitmap resource IDB_ZEV_LOGO).
-std::shared_ptr<const BitmapData> LogoBitmap();
+// Row y as 0x00RRGGBB words (cairo's RGB24 layout), for the columns [x0, x1). An index
+// beyond the colour table is black.
+void ExpandRow(const BitmapData& bmp, int y, int x0, int x1, std::uint32_t* out);
 
 struct PenSpec {
   int style = PS_SOLID;

@@ -80,6 +80,11 @@ DeviceContext* ContextOf(HDC dc);  // null unless a live context
 // A new context on a surface (null: a memory context).
 HDC NewContext(std::unique_ptr<Surface> surface);
 
+// Draws the source rectangle (xs, ys, ws, hs; top-down rows) of a bitmap into the
+// logical rectangle (x, y, w, h); records the call on a test device. A missing bitmap
+// or an empty rectangle draws nothing and still succeeds.
+BOOL BlitBitmap(DeviceContext* c, int x, int y, int w, int h, const BitmapData* bmp, int xs, int ys, int ws, int hs);
+
 // The test device.
 std::unique_ptr<Surface> NewTestSurface(const TestDeviceOptions& options);
 // A registered test printer by name.

@@ -137,9 +137,9 @@ int GetObjectA(HGDIOBJ obj, int size, void* out) {
     case OBJ_BITMAP:
       bm.bmWidth = o->bitmap ? o->bitmap->width : 0;
       bm.bmHeight = o->bitmap ? o->bitmap->height : 0;
-      bm.bmWidthBytes = (bm.bmWidth * 3 + 3) & ~3;
+      bm.bmBitsPixel = o->bitmap && o->bitmap->Indexed() ? 8 : 24;
+      bm.bmWidthBytes = (bm.bmWidth * (bm.bmBitsPixel / 8) + 3) & ~3;
       bm.bmPlanes = 1;
-      bm.bmBitsPixel = 24;
       src = &bm, n = sizeof(BITMAP);
       break;
     default: return 0;
@@ -192,15 +192,6 @@ HBRUSH CreateSolidBrush(COLORREF color) {
   o->brush.lbStyle = BS_SOLID;
   o->brush.lbColor = color & 0xFFFFFF;
   return reinterpret_cast<HBRUSH>(o);
-}
-
-HBITMAP LoadBitmapA(HINSTANCE, const char* name) {
-  if (reinterpret_cast<std::uintptr_t>(name) != std::uintptr_t(IDB_ZEV_LOGO)) return nullptr;
-  std::shared_ptr<const gdi::BitmapData> logo = gdi::LogoBitmap();
-  if (!logo) return nullptr;
-  GdiObject* o = gdi::NewObject(OBJ_BITMAP);
-  o->bitmap = logo;
-  return reinterpret_cast<HBITMAP>(o);
 }
 
 HBITMAP CreateBitmapFromRGB(int width, int height, const BYTE* rgb) {

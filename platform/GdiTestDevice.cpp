@@ -64,7 +64,23 @@ class TestSurface : public Surface {
   void Text(const FontMetrics&, double, double, const BYTE*, int, const int*, COLORREF, const RECT*) override {}
   void Line(double, double, double, double, const PenSpec&) override {}
   void Shape(ShapeKind, const RECT&, int, int, const PenSpec*, const BrushSpec*) override {}
-  void Image(const BitmapData&, const RECT&, const RECT&) override {}
+  // Keeps what the blit drew, as colours, with the call the context just recorded.
+  void Image(const BitmapData& bmp, const RECT& src, const RECT&) override {
+    std::vector<TestDrawCall>& calls = m_opt.log->calls;
+    if (calls.empty() || calls.back().kind != TestDrawCall::kBlt) return;
+    TestDrawCall& call = calls.back();
+    call.srcWidth = src.right - src.left;
+    call.srcHeight = src.bottom - src.top;
+    call.pixels.resize(std::size_t(call.srcWidth) * std::size_t(call.srcHeight));
+    std::vector<std::uint32_t> row(std::size_t(call.srcWidth));
+    for (int y = 0; y < call.srcHeight; ++y) {
+      ExpandRow(bmp, src.top + y, src.left, src.right, row.data());
+      for (int x = 0; x < call.srcWidth; ++x) {
+        const std::uint32_t v = row[std::size_t(x)];
+        call.pixels[std::size_t(y) * std::size_t(call.srcWidth) + std::size_t(x)] = RGB(BYTE(v >> 16), BYTE(v >> 8), BYTE(v));
+      }
+    }
+  }
 
  private:
   TestDeviceOptions m_opt;

@@ -1,11 +1,10 @@
-// CDib files: 8-bit BMP read and written by hand, palette PNG through the host codec,
-// and bitmaps built into the program.
+// CDib files: 8-bit BMP read (through the device layer's decoder) and written by hand,
+// palette PNG through the host codec, and bitmaps built into the program.
 #include <algorithm>
 #include <cstring>
-#include <map>
-#include <mutex>
 
 #include "formats/ByteCursor.h"
+#include "platform/GdiDib.h"
 #include "platform/host/PngCodec.h"
 #include "zevutil/CDib.h"
 #include "zevutil/platform/CException.h"
@@ -17,11 +16,6 @@ namespace {
 
 constexpr DWORD kFileHeaderSize = 14;
 constexpr DWORD kInfoHeaderSize = 40;
-constexpr DWORD kCoreHeaderSize = 12;
-// RLE8 packs at most 255 pixels in 2 bytes, and end-of-line and delta codes skip
-// more; an image that would outgrow its data by more than this is refused.
-constexpr std::uint64_t kMaxRleExpansion = 256;
-constexpr std::uint64_t kMinRleBudget = 1u << 16;
 
 // Little-endian writer that appends to a vector: every write lands inside it.
 class ByteSink {
@@ -41,46 +35,6 @@ class ByteSink {
  private:
   std::vector<BYTE>& m_out;
 };
-
-// Decodes RLE8 codes into bottom-up rows; runs past the right edge are cut, and a
-// stream that ends early leaves the rest 0.
-void DecodeRle8(ByteCursor& in, BYTE* bits, int width, int height, DWORD stride) {
-  int x = 0, y = 0;
-  while (!in.AtEnd() && y < height) {
-    BYTE n = in.U8();
-    BYTE v = in.U8();
-    // x stops at the width: what lies beyond is cut, and x cannot grow without end.
-    if (n) {
-      for (int i = 0; i < n && x < width; ++i, ++x) bits[std::size_t(y) * stride + std::size_t(x)] = v;
-      continue;
-    }
-    if (v == 0) {  // end of line
-      x = 0;
-      ++y;
-    } else if (v == 1) {  // end of bitmap
-      break;
-    } else if (v == 2) {  // delta
-      x = std::min(x + in.U8(), width);
-      y += in.U8();
-    } else {  // absolute run of v bytes, padded to a word
-      for (int i = 0; i < v; ++i) {
-        BYTE p = in.U8();
-        if (x < width) bits[std::size_t(y) * stride + std::size_t(x++)] = p;
-      }
-      if (v & 1) in.U8();
-    }
-    if (in.Overrun()) break;
-  }
-}
-
-std::mutex& ResourceLock() {
-  static std::mutex m;
-  return m;
-}
-std::map<UINT, std::vector<BYTE>>& Resources() {
-  static std::map<UINT, std::vector<BYTE>> r;
-  return r;
-}
 
 bool ReadWholeFile(const char* path, std::vector<BYTE>& bytes) {
   if (!path) return false;
@@ -114,81 +68,14 @@ bool WriteWholeFile(const char* path, const std::vector<BYTE>& bytes) {
 
 BOOL CDib::ReadBmp(const BYTE* data, std::size_t size) {
   Destroy();
-  ByteCursor in(data, size);
-  if (in.U16() != 0x4D42) return FALSE;  // "BM"
-  in.Skip(8);
-  const DWORD offBits = in.U32();
-  const DWORD headerSize = in.U32();
-  long long width = 0, height = 0;
-  int planes = 0, bitCount = 0;
-  DWORD compression = BI_RGB, clrUsed = 0;
-  LONG xppm = 0, yppm = 0;
-  bool core = false;
-  if (headerSize == kCoreHeaderSize) {
-    core = true;
-    width = in.U16();
-    height = in.U16();
-    planes = in.U16();
-    bitCount = in.U16();
-  } else if (headerSize >= kInfoHeaderSize && headerSize <= 1024) {
-    width = in.I32();
-    height = in.I32();
-    planes = in.U16();
-    bitCount = in.U16();
-    compression = in.U32();
-    in.U32();  // image size: recomputed
-    xppm = in.I32();
-    yppm = in.I32();
-    clrUsed = in.U32();
-    in.U32();  // important colours
-  } else {
-    return FALSE;
-  }
-  if (in.Overrun() || planes != 1 || bitCount != 8) return FALSE;
-  if (compression != BI_RGB && compression != BI_RLE8) return FALSE;
-  const bool topDown = height < 0;
-  if (topDown) height = -height;
-  // RLE rows are always bottom up.
-  if (width < 1 || height < 1 || (topDown && compression == BI_RLE8)) return FALSE;
-
-  // The colour table follows the header: 3-byte entries for the 12-byte header.
-  const std::size_t tableAt = kFileHeaderSize + headerSize;
-  const std::size_t entrySize = core ? 3 : 4;
-  std::size_t numColors = (clrUsed == 0 || clrUsed > 256) ? 256 : clrUsed;
-  if (offBits >= tableAt && offBits < tableAt + numColors * entrySize)
-    numColors = (offBits - tableAt) / entrySize;  // a shorter table, as the offset says
-  if (!in.Seek(tableAt) || !in.CanReadArray(numColors, entrySize)) return FALSE;
-
-  const long long stride = (width + 3) & ~3LL;
-  const std::uint64_t bitsBytes = std::uint64_t(stride) * std::uint64_t(height);
-  const std::size_t pixelsAt = offBits >= tableAt + numColors * entrySize ? offBits : tableAt + numColors * entrySize;
-  if (pixelsAt > size) return FALSE;
-  const std::uint64_t remaining = size - pixelsAt;
-  if (compression == BI_RGB) {
-    // The last row's padding may be missing; anything shorter is a damaged file.
-    if (bitsBytes - std::uint64_t(stride - width) > remaining) return FALSE;
-  } else if (bitsBytes > std::max(remaining * kMaxRleExpansion, kMinRleBudget)) {
-    return FALSE;
-  }
-  if (!Allocate(int(width), int(height), int(numColors), DIB_RGB_COLORS)) return FALSE;
-  m_nXPelsPerMeter = xppm;
-  m_nYPelsPerMeter = yppm;
-  for (std::size_t i = 0; i < numColors; ++i) {
-    RGBQUAD& q = m_colors[i];
-    q.rgbBlue = in.U8();
-    q.rgbGreen = in.U8();
-    q.rgbRed = in.U8();
-    q.rgbReserved = core ? 0 : in.U8();
-  }
-  in.Seek(pixelsAt);
-  if (compression == BI_RLE8) {
-    DecodeRle8(in, m_bits.data(), m_width, m_height, GetStorageWidth());
-  } else if (!topDown) {
-    in.Read(m_bits.data(), m_bits.size());
-  } else {
-    // Top-down rows are stored bottom up like every other image.
-    for (int y = 0; y < m_height; ++y) in.Read(m_bits.data() + std::size_t(m_height - 1 - y) * stride, std::size_t(stride));
-  }
+  // The device layer's decoder, which also reads the bitmaps built into the library.
+  gdi::PackedDib dib;
+  if (!gdi::DecodeBmp(data, size, dib)) return FALSE;
+  if (!Allocate(dib.width, dib.height, int(dib.colors.size()), DIB_RGB_COLORS)) return FALSE;
+  m_nXPelsPerMeter = dib.xPelsPerMeter;
+  m_nYPelsPerMeter = dib.yPelsPerMeter;
+  m_colors = std::move(dib.colors);
+  m_bits = std::move(dib.bits);
   return TRUE;
 }
 
@@ -301,20 +188,14 @@ BOOL CDib::SavePng(const char* path) const {
 }
 
 void CDib::RegisterBitmapResource(UINT id, const BYTE* data, std::size_t size) {
-  std::lock_guard<std::mutex> lock(ResourceLock());
-  Resources()[id].assign(data, data + (data ? size : 0));
+  ::zev::RegisterBitmapResource(id, data, size);
 }
 
 BOOL CDib::LoadResource(UINT id) {
   std::vector<BYTE> bytes;
-  {
-    std::lock_guard<std::mutex> lock(ResourceLock());
-    auto it = Resources().find(id);
-    if (it == Resources().end()) {
-      Destroy();
-      return FALSE;
-    }
-    bytes = it->second;
+  if (!GetBitmapResource(id, bytes)) {
+    Destroy();
+    return FALSE;
   }
   return ReadBmp(bytes.data(), bytes.size());
 }

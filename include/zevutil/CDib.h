@@ -93,6 +93,20 @@ class CDib {
   BOOL SaveBmp(const char* path) const;
   BOOL SavePng(const char* path) const;
 
+  // Drawing. Both map each pixel through the colour table (an index table through the
+  // system palette). Draw stretches the whole image into the logical rectangle and
+  // returns 0 for an empty image or a context that cannot draw it; CreateBitmap gives a
+  // bitmap object (for memory contexts and SS_BITMAP statics) the caller deletes, or null.
+  BOOL Draw(HDC dc, const RECT& dst) const;
+  HBITMAP CreateBitmap() const;
+  // A BITMAPINFO with room for a full table: the header and the table as RGB colours,
+  // as StretchDIBits and CreateDIBitmap take them.
+  struct DibInfo {
+    BITMAPINFOHEADER header;
+    RGBQUAD colors[256];
+  };
+  void DrawingInfo(DibInfo& info) const;
+
   // Bitmaps built into the program, by resource number, read like BMP files.
   static void RegisterBitmapResource(UINT id, const BYTE* data, std::size_t size);
   BOOL LoadResource(UINT id);

@@ -88,7 +88,7 @@ class CairoSurface : public Surface {
   }
   ~CairoSurface() override {
     if (m_open) AbortDoc();
-    if (m_logo) cairo_surface_destroy(m_logo);
+    if (m_image) cairo_surface_destroy(m_image);
   }
 
   int StartDoc(const char* docName, const char* output) override {
@@ -322,23 +322,20 @@ class CairoSurface : public Surface {
 
   void Image(const BitmapData& bmp, const RECT& src, const RECT& dst) override {
     if (!m_cr) return;
-    cairo_surface_t* img = nullptr;
-    bool cached = &bmp == LogoBitmap().get();
-    if (cached && m_logo) {
-      img = m_logo;
-    } else {
-      img = cairo_image_surface_create(CAIRO_FORMAT_RGB24, bmp.width, bmp.height);
-      cairo_surface_flush(img);
-      unsigned char* data = cairo_image_surface_get_data(img);
-      int stride = cairo_image_surface_get_stride(img);
-      for (int y = 0; y < bmp.height; ++y) {
-        auto* row = reinterpret_cast<std::uint32_t*>(data + std::size_t(y) * std::size_t(stride));
-        const BYTE* p = bmp.rgb.data() + std::size_t(y) * std::size_t(bmp.width) * 3;
-        for (int x = 0; x < bmp.width; ++x, p += 3) row[x] = (std::uint32_t(p[0]) << 16) | (p[1] << 8) | p[2];
-      }
-      cairo_surface_mark_dirty(img);
-      if (cached) m_logo = img;
+    // The last bitmap drawn stays as a cairo image: a logo is drawn once per page.
+    if (!m_image || m_imageSerial != bmp.serial) {
+      if (m_image) cairo_surface_destroy(m_image);
+      m_image = cairo_image_surface_create(CAIRO_FORMAT_RGB24, bmp.width, bmp.height);
+      m_imageSerial = bmp.serial;
+      cairo_surface_flush(m_image);
+      unsigned char* data = cairo_image_surface_get_data(m_image);
+      const int stride = cairo_image_surface_get_stride(m_image);
+      if (data)
+        for (int y = 0; y < bmp.height; ++y)
+          ExpandRow(bmp, y, 0, bmp.width, reinterpret_cast<std::uint32_t*>(data + std::size_t(y) * std::size_t(stride)));
+      cairo_surface_mark_dirty(m_image);
     }
+    cairo_surface_t* img = m_image;
     cairo_save(m_cr);
     cairo_rectangle(m_cr, dst.left, dst.top, double(dst.right) - dst.left, double(dst.bottom) - dst.top);
     cairo_clip(m_cr);
@@ -350,7 +347,6 @@ class CairoSurface : public Surface {
     cairo_paint(m_cr);
     cairo_restore(m_cr);
     m_font = nullptr;
-    if (!cached) cairo_surface_destroy(img);
   }
 
  private:
@@ -473,7 +469,8 @@ class CairoSurface : public Surface {
   cairo_surface_t* m_surface = nullptr;
   cairo_t* m_cr = nullptr;
   std::shared_ptr<void> m_font;
-  cairo_surface_t* m_logo = nullptr;
+  cairo_surface_t* m_image = nullptr;
+  std::uint64_t m_imageSerial = 0;
   std::vector<cairo_glyph_t> m_glyphs;
   std::vector<cairo_text_cluster_t> m_clusters;
   std::string m_utf8;

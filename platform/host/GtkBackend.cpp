@@ -8,6 +8,7 @@
 // when it is first shown, its children with it. Disabled top-level windows refuse input
 // without greying; disabled controls are greyed by GTK.
 #include "window/WindowBackend.h"
+#include "GdiInternal.h"
 
 #include <climits>
 #include <map>
@@ -593,6 +594,10 @@ class GtkWindowBackend final : public wnd::WindowBackend {
         DWORD type = s & SS_TYPEMASK;
         if (type == SS_ICON) {
           p.outer = gtk_image_new();
+        } else if (type == SS_BITMAP) {
+          // Drawn by hand: the bitmap's indices mapped through its colour table.
+          p.outer = gtk_drawing_area_new();
+          g_signal_connect(p.outer, "draw", G_CALLBACK(OnBitmapDraw), this);
         } else if (type == SS_ETCHEDHORZ || type == SS_ETCHEDVERT) {
           p.outer = gtk_separator_new(type == SS_ETCHEDHORZ ? GTK_ORIENTATION_HORIZONTAL : GTK_ORIENTATION_VERTICAL);
         } else if (type >= SS_BLACKRECT && type <= SS_WHITEFRAME) {
@@ -776,6 +781,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
           if (name) gtk_image_set_from_icon_name(GTK_IMAGE(p.outer), name, GTK_ICON_SIZE_DIALOG);
           else gtk_image_clear(GTK_IMAGE(p.outer));
         }
+        if ((all || what == StateChange::Icon) && GTK_IS_DRAWING_AREA(p.outer)) gtk_widget_queue_draw(p.outer);
         break;
       default:
         break;
@@ -962,6 +968,35 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     gpointer user = nullptr;
     gdk_window_get_user_data(gdk_window_get_toplevel(gw), &user);
     return user && GTK_IS_WIDGET(user) ? TagOf(GTK_WIDGET(user)) : nullptr;
+  }
+
+  // An SS_BITMAP static: its image (STM_SETIMAGE) at its own size from the top left, or
+  // centred with SS_CENTERIMAGE, cut to the control.
+  static gboolean OnBitmapDraw(GtkWidget* area, cairo_t* cr, gpointer) {
+    ControlView c;
+    WindowView v;
+    const HWND hwnd = HwndOfWidget(area);
+    if (!wnd::GetControlView(hwnd, &c) || !wnd::GetWindowView(hwnd, &v)) return FALSE;
+    gdi::GdiObject* o = gdi::ObjectOf(c.icon);
+    if (!o || o->type != OBJ_BITMAP || !o->bitmap || o->bitmap->width < 1 || o->bitmap->height < 1) return FALSE;
+    const gdi::BitmapData& bmp = *o->bitmap;
+    cairo_surface_t* img = cairo_image_surface_create(CAIRO_FORMAT_RGB24, bmp.width, bmp.height);
+    cairo_surface_flush(img);
+    unsigned char* data = cairo_image_surface_get_data(img);
+    const int stride = cairo_image_surface_get_stride(img);
+    if (data)
+      for (int y = 0; y < bmp.height; ++y)
+        gdi::ExpandRow(bmp, y, 0, bmp.width, reinterpret_cast<std::uint32_t*>(data + std::size_t(y) * std::size_t(stride)));
+    cairo_surface_mark_dirty(img);
+    double x = 0, y = 0;
+    if (v.style & SS_CENTERIMAGE) {
+      x = (gtk_widget_get_allocated_width(area) - bmp.width) / 2;
+      y = (gtk_widget_get_allocated_height(area) - bmp.height) / 2;
+    }
+    cairo_set_source_surface(cr, img, x, y);
+    cairo_paint(cr);
+    cairo_surface_destroy(img);
+    return TRUE;
   }
 
   static gboolean OnDelete(GtkWidget* win, GdkEvent*, gpointer) {

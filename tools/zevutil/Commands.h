@@ -28,5 +28,6 @@ void AddIdentityCommands(CLI::App& app);  // id, version
 void AddObjectCommands(CLI::App& app);    // colors, calib
 void AddPrintCommands(CLI::App& app);     // print, printers
 void AddReportCommands(CLI::App& app);    // report
+void AddBitmapCommands(CLI::App& app);    // bitmap merge|replace|info
 
 }  // namespace zevcli

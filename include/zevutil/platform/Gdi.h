@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zevutil/platform/CString.h"
+#include "zevutil/platform/Palette.h"
 #include "zevutil/platform/Types.h"
 #include "zevutil/platform/WinTypes.h"
 
@@ -251,10 +252,23 @@ HFONT CreateFontA(int height, int width, int escapement, int orientation, int we
 HFONT CreateFontIndirectA(const LOGFONTA* lf);
 HPEN CreatePen(int style, int width, COLORREF color);
 HBRUSH CreateSolidBrush(COLORREF color);
-// 'instance' is ignored; IDB_ZEV_LOGO is the only bitmap resource. Null when missing.
+// A bitmap resource by number (MAKEINTRESOURCE): one built into the library (the logo
+// IDB_ZEV_LOGO among them) or one registered by the program. 'instance' is ignored.
+// Null when there is none or its bytes are not an 8-bit BMP.
 HBITMAP LoadBitmapA(HINSTANCE instance, const char* name);
+// Adds (or replaces) a bitmap resource: the bytes of a BMP file. Null data removes it.
+void RegisterBitmapResource(UINT id, const BYTE* data, std::size_t size);
+// The bytes of a bitmap resource, registered ones before built-in ones; FALSE if none.
+BOOL GetBitmapResource(UINT id, std::vector<BYTE>& bytes);
 // A 24-bit bitmap from top-down RGB triples (width * height * 3 bytes).
 HBITMAP CreateBitmapFromRGB(int width, int height, const BYTE* rgb);
+// An 8-bit bitmap object from a DIB (8 bits per pixel, BI_RGB, DIB_RGB_COLORS): the
+// indices are kept with the colour table and mapped through it when drawn. With
+// CBM_INIT in 'init' the pixels come from 'bits' (rows padded to four bytes, bottom up
+// for a positive height), else they are 0. Null for any other layout.
+inline constexpr DWORD CBM_INIT = 0x04;
+HBITMAP CreateDIBitmap(HDC dc, const BITMAPINFOHEADER* header, DWORD init, const void* bits, const BITMAPINFO* info,
+                       UINT usage);
 
 UINT SetTextAlign(HDC dc, UINT align);  // previous, GDI_ERROR on failure
 UINT GetTextAlign(HDC dc);
@@ -287,6 +301,13 @@ BOOL DrawEdge(HDC dc, RECT* rect, UINT edge, UINT flags);
 BOOL BitBlt(HDC dst, int x, int y, int width, int height, HDC src, int xSrc, int ySrc, DWORD rop);
 BOOL StretchBlt(HDC dst, int x, int y, int width, int height, HDC src, int xSrc, int ySrc, int wSrc, int hSrc,
                 DWORD rop);
+// Draws the source rectangle of an 8-bit DIB (as CreateDIBitmap takes it) into the
+// destination rectangle, mapping each index through the colour table. The source's
+// y counts from the bottom row of a bottom-up DIB, as on the old platform. Returns the
+// source rows drawn, 0 on failure (another layout, DIB_PAL_COLORS: contexts here hold
+// no palette).
+int StretchDIBits(HDC dc, int x, int y, int width, int height, int xSrc, int ySrc, int wSrc, int hSrc,
+                  const void* bits, const BITMAPINFO* info, UINT usage, DWORD rop);
 // Draws a bitmap into the rectangle without a memory context (our own shortcut).
 BOOL DrawBitmap(HDC dc, int x, int y, int width, int height, HBITMAP bitmap);
 int IntersectClipRect(HDC dc, int left, int top, int right, int bottom);
@@ -489,6 +510,10 @@ struct TestDrawCall {
   RECT clip{0, 0, 0, 0};     // that rectangle
   std::string face;          // face name of the selected font (text calls)
   int page = 0;              // device pages started so far when the call came
+  // kBlt that drew: the source rectangle's size and its pixels as colours (rows top
+  // down), indices already mapped through the bitmap's colour table.
+  int srcWidth = 0, srcHeight = 0;
+  std::vector<COLORREF> pixels;
 };
 
 // What a test device saw, shared between the test and the device (it outlives the DC).

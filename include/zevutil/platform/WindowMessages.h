@@ -151,6 +151,7 @@ inline constexpr DWORD SS_LEFT = 0x00, SS_CENTER = 0x01, SS_RIGHT = 0x02, SS_ICO
                        SS_REALSIZEIMAGE = 0x800, SS_SUNKEN = 0x1000, SS_ENDELLIPSIS = 0x4000,
                        SS_PATHELLIPSIS = 0x8000, SS_WORDELLIPSIS = 0xC000;
 inline constexpr UINT STM_SETICON = 0x0170, STM_GETICON = 0x0171, STM_SETIMAGE = 0x0172, STM_GETIMAGE = 0x0173;
+inline constexpr UINT IMAGE_BITMAP = 0, IMAGE_ICON = 1;  // STM_SETIMAGE kinds
 inline constexpr UINT STN_CLICKED = 0, STN_DBLCLK = 1, STN_ENABLE = 2, STN_DISABLE = 3;
 
 // ---- list boxes ----
