@@ -47,14 +47,11 @@ int COutputObject::OutputTextString(CString& s) {
 }
 
 // ---- file naming ----
+// The naming operations themselves are in ExportNaming.cpp.
 
-int COutputObject::GetTransferFileInfo(CString&, int&, FileType*, int, int, const char*) {
-  // No file choice is offered yet: the answer of a dialog the user cancelled.
-  return 0;
-}
-
-void COutputObject::StickOnAppropriateExtension() {
-  // The per-type extensions are not configured yet: the name stays as the caller gave it.
+int COutputObject::GetTransferFileInfo(CString& path, int& type, FileType* types, int count, int bOpen,
+                                       const char* defaultName) {
+  return GetTransferFileInfoImp(path, type, types, count, bOpen, defaultName);
 }
 
 // ---- export ----

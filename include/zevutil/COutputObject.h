@@ -5,6 +5,7 @@
 // archive, and the failure text that outlives the job.
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "zevutil/CPrintObject.h"
@@ -12,8 +13,30 @@
 
 namespace zev {
 
-// One filter entry of the export and import file choices.
-struct FileType;
+// One filter entry of the export and import file choices: the name shown, the
+// extension (without a dot, as the filter "*.ext" and a save name take it) and the type.
+struct FileType {
+  char m_szName[_MAX_PATH] = {};
+  char m_szExtension[_MAX_PATH] = {};
+  EEXPORT_TYPE m_eType = EXPORT_NONE;
+};
+
+// The plain open or save choice that GetTransferFileInfoImp shows: what it asks for, and
+// what the user answered. The window layer installs the dialog that shows it
+// (COutputObject::SetTransferFileDialog).
+struct TransferFileDialogState {
+  static constexpr DWORD kOverwritePrompt = 0x2;  // save: ask before replacing a file
+  static constexpr DWORD kHideReadOnly = 0x4;     // no "open read-only" check box
+  static constexpr DWORD kFileMustExist = 0x1000; // open: only an existing file is accepted
+  int bOpen = 0;
+  DWORD flags = 0;
+  CString title;    // "Import" or "Export"
+  CString filter;   // "Name (*.ext)|*.ext|" per entry and a closing "|"
+  CString fileName; // in: the proposed name; out: the chosen path
+  int filterIndex = 1;  // in: the filter shown first; out: the chosen one, counted from 1
+};
+// Shows the choice and returns the button pressed (IDOK or IDCANCEL).
+using TransferFileDialog = std::function<int(TransferFileDialogState&)>;
 
 // What a running import reads. The library only stores it; the concrete objects give
 // the values.
@@ -80,8 +103,7 @@ class COutputObject : public CPrintObject {
   // Printing: the print handler's info. Exporting: the export handler's, or null.
   COutputInfo* GetOutputInfoPtr() override;
 
-  // The user's choice of a file to export to or import from. Until the file-naming
-  // operations are in place no choice is made: 0, path and type untouched.
+  // The user's choice of a file to export to or import from: GetTransferFileInfoImp.
   virtual int GetTransferFileInfo(CString& path, int& type, FileType* types, int count, int bOpen,
                                   const char* defaultName);
   // The formats an object writes itself; 0 here.
@@ -91,11 +113,40 @@ class COutputObject : public CPrintObject {
   // An export into the open job of another object.
   virtual int ExportEmbeddedObject(const CObjectOutputDef& def, COutputInfo* info);
   virtual void AbortExport() {}
-  // Completes m_strTransferFile with the extension of the export type. Until the
-  // file-naming operations are in place the name is used as given.
+  // Completes m_strTransferFile with the dotted extension of m_eOutputType, unless the
+  // name already ends in it (in any case) or the type has no extension.
   virtual void StickOnAppropriateExtension();
   virtual int ImportObject(EIMPORT_TYPE t, const char* path);
   virtual void AbortImport() {}
+
+  // ---- export file naming (stateless) ----
+  // The extension of a type: the profile's value in section "EXPORT" or the default,
+  // empty for a type without one. bWithDot puts a "." before a non-empty extension.
+  static CString GetExportExtension(EEXPORT_TYPE t, int bWithDot);
+  // The application profile's text for key in section "EXPORT"; defaultExt when it is
+  // missing or holds any of \ / : * ? " < > |. A stored empty text stays empty.
+  static CString GetUserSuppliedExportExtension(const char* key, const char* defaultExt);
+  // Replaces each of \ / : * ? " < > | by '_'. At most _MAX_PATH - 1 characters are kept.
+  static void UnIllegalifyTheFilename(CString& name);
+  // The first of path, stem_1ext, stem_2ext, ... that names no existing file, the stem
+  // being path without a trailing ext (in any case).
+  static void NameClashResolve(CString& path, const char* ext);
+  // The same with the dotted extension of t.
+  static void NameClashResolve(CString& path, EEXPORT_TYPE t);
+  // One number free for the four dye files stem[_n]_Dd.ext and the trace-order file
+  // stem[_n]__CRV_TRACE_ORDER.txt: path becomes stem_n.ext, or stays without a clash.
+  static void NameClashResolveCRV(CString& path, const char* ext);
+  // Asks before a CRV export overwrites files (stem_Dd.ext, stem_CRV_TRACE_ORDER.txt).
+  // Nonzero when the user declined; 0 when nothing is overwritten or OK was pressed.
+  static int CheckExistFileNameCRV(CString& path, const char* ext);
+  // An open (bOpen) or save choice among count filter entries, proposing defaultName
+  // cleaned. 1 with path and type set when the user confirmed a filter; else 0. A save
+  // path gets the entry's extension appended as it stands (no dot is added).
+  static int GetTransferFileInfoImp(CString& path, int& type, FileType* types, int count, int bOpen,
+                                    const char* defaultName);
+  // Installs the dialog GetTransferFileInfoImp shows; an empty one (the start state)
+  // answers every choice with IDCANCEL. Returns the previous one.
+  static TransferFileDialog SetTransferFileDialog(TransferFileDialog dialog);
 
   CExportHandler* GetExportHandler() const { return m_pExportHandler; }
   const CString& GetTransferFile() const { return m_strTransferFile; }
