@@ -407,8 +407,8 @@ void AddExportCommands(CLI::App& app) {
       ->type_name("N")
       ->check(CLI::Range(-1, 1000000));
   cmd->add_option("--eol", o->eol,
-                  "line ends of the text files (default: CR LF for txt, seq, fasta and ori as the library writes "
-                  "them, LF for QUAL and PHD)")
+                  "line ends of the text files (default: CR LF for txt, seq, fasta, QUAL and ori as the library "
+                  "writes them, LF for phred's PHD)")
       ->check(CLI::IsMember({"lf", "crlf"}));
   cmd->add_flag("--dry-run", o->dryRun, "print the names it would write and write nothing");
   cmd->add_flag("--verify", o->verify, "read every written file back and compare it with what was meant");
