@@ -323,6 +323,7 @@ TEST_F(ExportCommand, BadInputGetsOneLineAndTheRestExports) {
       {kTraces + "/biopython_fake.ab1", "is not an SCF, ABIF, ESD or CRV file"},
       {kTraces + "/biopython_test.fsa", "no called bases (a fragment or raw-data file)"},
       {kTraces + "/seqtrace_error-wrong_version.scf", "cannot read"},
+      {kTraces + "/seqtrace_error-missing_bases.scf", "is the byte 0x0A, not a base letter"},
       {truncated, "truncated.ab1"},
       {empty, "empty.scf"},
       {missing, "cannot read"},

@@ -1,6 +1,7 @@
 // export: trace files, folders and lists of files into the library's export formats, in
 // one process, named as the library names export files, every input reported.
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -244,6 +245,18 @@ void ExportOne(const Input& in, const FormatInfo& f, const ExportOptions& o, con
   if (read.basesBefore && !anyQuality) warnings.push_back("every quality value is 0 (the file holds none)");
   if (read.basesBefore == 0 && f.needsBases)
     throw CommandError("no called bases (a fragment or raw-data file): nothing to export as " + std::string(f.name));
+
+  const bool writesBases = f.needsBases || f.type == zev::EXPORT_SCF2 || f.type == zev::EXPORT_SCF3 ||
+                          f.type == zev::EXPORT_ABI;
+  for (std::size_t i = 0; writesBases && i < read.trace.bases.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(read.trace.bases[i]);
+    if (!std::isgraph(c)) {
+      char hex[8];
+      std::snprintf(hex, sizeof hex, "0x%02X", c);
+      throw CommandError("base " + std::to_string(i + 1) + " of " + std::to_string(read.basesBefore) + " is the byte " +
+                         hex + ", not a base letter: the file's base calls are damaged");
+    }
+  }
 
   if (o.applyTrimming && read.basesBefore) {
     ReadTrimmingResult t = SetReadTrimming(read.sequence, o.trimming, vectors);
