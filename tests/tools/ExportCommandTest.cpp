@@ -309,6 +309,15 @@ TEST_F(ExportCommand, StemsNamesAndProfileExtensions) {
   }
 }
 
+TEST_F(ExportCommand, NeverReplacesItsOwnInput) {
+  const std::string scf = Copy("bioperl_version3.scf", dir / "in" / "run.scf");
+  const std::string before = ReadFile(scf);
+  const auto r = RunZev({"export", scf, "--format", "scf3", "--overwrite", "--out", (dir / "in").string()});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("is the input itself; not overwritten"), std::string::npos) << r.err;
+  EXPECT_TRUE(ReadFile(scf) == before) << "the input was changed";
+}
+
 TEST_F(ExportCommand, BadInputGetsOneLineAndTheRestExports) {
   const std::string good = kTraces + "/biopython_3730.ab1";
   const std::string bytes = ReadFile(good);

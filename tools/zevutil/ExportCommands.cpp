@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -281,6 +282,11 @@ void ExportOne(const Input& in, const FormatInfo& f, const ExportOptions& o, con
   ExportUnit u = PlanUnit(o.outDir, StemOf(in.path), f, read.trace.Samples());
   NameUnit(u, o.overwrite ? ClashPolicy::Overwrite : o.resolve ? ClashPolicy::Resolve : ClashPolicy::Refuse,
            claimed);
+  for (const auto& file : u.files) {
+    std::error_code ec;
+    if (fs::equivalent(file.path, in.path, ec))
+      throw CommandError("'" + file.path + "' is the input itself; not overwritten");
+  }
   if (!u.renamedFrom.empty()) r["renames"] = json::array({{{"from", u.renamedFrom}, {"to", u.files[0].path}}});
   json files = json::array();
   for (const auto& file : u.files) files.push_back({{"kind", file.kind}, {"path", file.path}});
