@@ -114,8 +114,7 @@ void COutputObject::NameClashResolveCRV(CString& path, const char* ext) {
   const char* s = stem.GetString();
   int suffix = 0;
   CString name;
-  // kept: the number only grows, and names tested before it grew are not tested
-  // again, so a number found at a later dye file is not proved free for an earlier one.
+  // kept: the number only grows; dye files tested before it grew are not tested again.
   for (int d = 1; d <= 4; ++d) {
     if (suffix < 1)
       name.Format("%s_D%d%s", s, d, ext);
@@ -123,8 +122,7 @@ void COutputObject::NameClashResolveCRV(CString& path, const char* ext) {
       name.Format("%s_%d_D%d%s", s, suffix, d, ext);
     while (NameExists(name)) name.Format("%s_%d_D%d%s", s, ++suffix, d, ext);
   }
-  // kept: the trace-order name is joined with one more '_' than the file the CRV
-  // writer makes, so it has two underscores before "CRV".
+  // kept: two underscores before "CRV", one more than in the name the CRV writer uses.
   if (suffix < 1)
     name.Format("%s_%s", s, kTraceOrderName);
   else
