@@ -28,5 +28,6 @@ void AddIdentityCommands(CLI::App& app);  // id, version
 void AddObjectCommands(CLI::App& app);    // colors, calib
 void AddPrintCommands(CLI::App& app);     // print, printers
 void AddExportCommands(CLI::App& app);    // export
+void AddReportCommands(CLI::App& app);    // report
 
 }  // namespace zevcli

@@ -60,6 +60,7 @@ int main(int argc, char** argv) {
   zevcli::AddObjectCommands(app);
   zevcli::AddPrintCommands(app);
   zevcli::AddExportCommands(app);
+  zevcli::AddReportCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
