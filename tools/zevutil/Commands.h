@@ -27,6 +27,7 @@ void AddCodecCommands(CLI::App& app);  // lzss, grep
 void AddIdentityCommands(CLI::App& app);  // id, version
 void AddObjectCommands(CLI::App& app);    // colors, calib
 void AddPrintCommands(CLI::App& app);     // print, printers
+void AddExportCommands(CLI::App& app);    // export
 void AddReportCommands(CLI::App& app);    // report
 void AddBitmapCommands(CLI::App& app);    // bitmap merge|replace|info
 

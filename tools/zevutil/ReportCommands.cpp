@@ -186,8 +186,10 @@ void WriteExport(std::vector<ReportedTrace>& traces, const std::string& path) {
     e->Delete();
     ok = 0;
   }
-  if (!ok || std::rename(temp.c_str(), path.c_str()) != 0) {
-    std::remove(temp.c_str());
+  // The library completes the name with the text export's extension when it lacks it.
+  const std::string wrote = ok ? job.GetTransferFile().str() : temp;
+  if (!ok || std::rename(wrote.c_str(), path.c_str()) != 0) {
+    std::remove(wrote.c_str());
     std::string why = job.GetExportHandler() ? job.GetExportHandler()->GetLastErrorMsg().GetString() : "";
     throw CommandError("cannot write '" + path + "'" + (why.empty() ? "" : ": " + why));
   }

@@ -59,6 +59,7 @@ int main(int argc, char** argv) {
   zevcli::AddIdentityCommands(app);
   zevcli::AddObjectCommands(app);
   zevcli::AddPrintCommands(app);
+  zevcli::AddExportCommands(app);
   zevcli::AddReportCommands(app);
   zevcli::AddBitmapCommands(app);
   try {
