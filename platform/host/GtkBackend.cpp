@@ -458,6 +458,22 @@ class GtkWindowBackend final : public wnd::WindowBackend {
 
   GtkWidget* CurrentChooser() const { return m_chooser; }
 
+  bool SaveWindowImage(HWND topLevel, const char* pngPath) override {
+    if (!OnMyThread()) return false;
+    Peer* p = Find(topLevel);
+    if (!p || !p->topLevel || !gtk_widget_get_mapped(p->outer)) return false;
+    GdkWindow* gw = gtk_widget_get_window(p->outer);
+    if (!gw) return false;
+    UpdateNow(topLevel);
+    GdkPixbuf* pb = gdk_pixbuf_get_from_window(gw, 0, 0, gdk_window_get_width(gw), gdk_window_get_height(gw));
+    if (!pb) return false;
+    GError* err = nullptr;
+    bool ok = gdk_pixbuf_save(pb, pngPath, "png", &err, nullptr);
+    if (err) g_error_free(err);
+    g_object_unref(pb);
+    return ok;
+  }
+
   // ---- for tests ----
   GtkWidget* WidgetOf(HWND hwnd, bool control) {
     Peer* p = Find(hwnd);

@@ -5,6 +5,7 @@
 
 #include "window/WindowImpl.h"
 #include "zevutil/platform/FileChooser.h"
+#include "zevutil/platform/WindowImage.h"
 
 namespace zev {
 
@@ -19,6 +20,10 @@ std::deque<FileChooserAnswer>& Script() {
 }  // namespace
 
 bool WindowsOnScreen() { return wnd::Backend().ShowsWindows(); }
+
+bool SaveWindowImage(HWND topLevel, const char* pngPath) {
+  return topLevel && pngPath && IsWindow(topLevel) && wnd::Backend().SaveWindowImage(topLevel, pngPath);
+}
 
 int ChooseFile(HWND owner, FileChooserRequest& req) {
   if (req.filterIndex < 1 || req.filterIndex > int(req.filters.size())) req.filterIndex = 1;

@@ -163,6 +163,11 @@ class WindowBackend {
     (void)owner, (void)req, (void)result;
     return false;
   }
+  // Writes what the display shows of a top-level window as a PNG; false when it cannot.
+  virtual bool SaveWindowImage(HWND topLevel, const char* pngPath) {
+    (void)topLevel, (void)pngPath;
+    return false;
+  }
 };
 
 // The backend in use. The first call picks one: the host's (CreateHostWindowBackend) unless

@@ -27,5 +27,6 @@ void AddCodecCommands(CLI::App& app);  // lzss, grep
 void AddIdentityCommands(CLI::App& app);  // id, version
 void AddObjectCommands(CLI::App& app);    // colors, calib
 void AddPrintCommands(CLI::App& app);     // print, printers
+void AddPropsCommands(CLI::App& app);     // props
 
 }  // namespace zevcli

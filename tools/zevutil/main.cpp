@@ -59,6 +59,7 @@ int main(int argc, char** argv) {
   zevcli::AddIdentityCommands(app);
   zevcli::AddObjectCommands(app);
   zevcli::AddPrintCommands(app);
+  zevcli::AddPropsCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {

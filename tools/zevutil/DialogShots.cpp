@@ -1,0 +1,69 @@
+// Unattended dialog steps and pictures for the dialog commands.
+#include "DialogShots.h"
+
+#include <cstdio>
+
+#include "zevutil/platform/FileChooser.h"
+#include "zevutil/platform/WindowImage.h"
+
+namespace zevcli {
+
+namespace {
+
+struct Armed {
+  std::function<HWND()> find;
+  std::vector<ShotStep> steps;
+  std::size_t next = 0;
+  int settle = 0;
+  UINT_PTR timer = 0;
+};
+Armed* g_armed = nullptr;
+
+void Tick(HWND, UINT, UINT_PTR, DWORD) {
+  Armed* a = g_armed;
+  if (!a) return;
+  HWND w = a->find ? a->find() : nullptr;
+  if (!w || !zev::IsWindowVisible(w)) {
+    a->settle = 0;
+    return;
+  }
+  if (a->settle++ < 1) return;  // one more period to be laid out and drawn
+  if (a->next < a->steps.size()) {
+    ShotStep& s = a->steps[a->next++];
+    if (!s.png.empty()) {
+      if (!zev::SaveWindowImage(w, s.png.c_str())) std::fprintf(stderr, "zevutil: could not save '%s'\n", s.png.c_str());
+    } else if (s.act) {
+      s.act(w);
+    }
+  }
+  if (a->next >= a->steps.size() && g_armed == a) {
+    zev::KillTimer(nullptr, a->timer);
+    g_armed = nullptr;
+    delete a;
+  }
+}
+
+}  // namespace
+
+void ArmShotSteps(std::function<HWND()> find, std::vector<ShotStep> steps, unsigned periodMs) {
+  if (g_armed) {
+    zev::KillTimer(nullptr, g_armed->timer);
+    delete g_armed;
+  }
+  g_armed = new Armed{std::move(find), std::move(steps)};
+  g_armed->timer = zev::SetTimer(nullptr, 0, periodMs, Tick);
+}
+
+std::string ShotName(const std::string& base, const std::string& suffix) {
+  std::string b = base;
+  if (b.size() > 4 && b.compare(b.size() - 4, 4, ".png") == 0) b.resize(b.size() - 4);
+  return suffix.empty() ? b + ".png" : b + "-" + suffix + ".png";
+}
+
+bool DisplayOrSay(const char* insteadText) {
+  if (zev::WindowsOnScreen()) return true;
+  std::fprintf(stderr, "zevutil: no display to show the dialog on; %s\n", insteadText);
+  return false;
+}
+
+}  // namespace zevcli
