@@ -61,9 +61,12 @@
 #include "zevutil/CPrintObject.h"
 #include "zevutil/COutputObject.h"
 #include "zevutil/CBaseSequenceOutputObject.h"
+#include "zevutil/TransferFileChooser.h"
 
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"
+#include "zevutil/platform/FileChooser.h"
+#include "zevutil/platform/WindowImage.h"
 #include "zevutil/CWinHookBase.h"
 #include "zevutil/CIdleHook.h"
 #include "zevutil/CDialogAssistant.h"

@@ -378,6 +378,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     gtk_file_chooser_set_local_only(fc, TRUE);
     std::vector<GtkFileFilter*> filters;
     for (const auto& [name, patterns] : req.filters) {
+      if (req.mode == Mode::Folder) break;  // folders are not filtered by file name
       GtkFileFilter* f = gtk_file_filter_new();
       gtk_file_filter_set_name(f, ToUtf8(name).c_str());
       std::string one;
@@ -424,6 +425,8 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     GtkWidget* savedChooser = m_chooser;
     m_chooser = dlg;
     gtk_widget_show(dlg);
+    // The chooser sizes itself after the screen; without a window manager that is all of it.
+    gtk_window_resize(GTK_WINDOW(dlg), 640, 440);
     bool quit = false;
     int quitCode = 0;
     MSG m;
