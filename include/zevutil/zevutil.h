@@ -63,6 +63,11 @@
 #include "zevutil/CBaseSequenceOutputObject.h"
 #include "zevutil/TransferFileChooser.h"
 
+// Export option dialogs.
+#include "zevutil/CZevDirectoryDialog.h"
+#include "zevutil/CExportObjectDialog.h"
+#include "zevutil/CZevExportDlg.h"
+
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"
 #include "zevutil/platform/FileChooser.h"
