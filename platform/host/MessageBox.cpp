@@ -1,9 +1,11 @@
-// The message box and trace sink: replaceable handlers. The default message box asks
-// on the terminal when there is one and answers the default button otherwise; the
-// default trace sink does nothing.
+// The message box and trace sink: replaceable handlers. The default message box is the
+// toolkit's window box when the toolkit installed one and a display shows this thread's
+// windows; otherwise it asks on the terminal when there is one and answers the default
+// button when there is none. The default trace sink does nothing.
 #include <strings.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -12,6 +14,8 @@
 
 #include "zevutil/platform/CString.h"
 #include "zevutil/platform/Host.h"
+#include "zevutil/platform/WindowMessageBox.h"
+#include "window/WindowBackend.h"
 
 namespace zev {
 
@@ -21,6 +25,7 @@ MessageBoxHandler& BoxHandler() {
   static MessageBoxHandler* h = new MessageBoxHandler;
   return *h;
 }
+std::atomic<WindowMessageBoxFn> g_windowBox{nullptr};
 TraceHandler& TraceSink() {
   static TraceHandler* h = new TraceHandler;
   return *h;
@@ -83,6 +88,8 @@ int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style) {
     h = BoxHandler();
   }
   if (h) return h(owner, text, caption, style);
+  if (WindowMessageBoxFn box = g_windowBox.load(std::memory_order_acquire); box && WindowMessageBoxAvailable())
+    if (int answer = box(owner, text, caption, style)) return answer;
   return TerminalBox(text, caption, style);
 }
 
@@ -92,6 +99,20 @@ MessageBoxHandler SetMessageBoxHandler(MessageBoxHandler handler) {
   BoxHandler() = std::move(handler);
   return old;
 }
+
+WindowMessageBoxFn SetWindowMessageBox(WindowMessageBoxFn fn) {
+  return g_windowBox.exchange(fn, std::memory_order_acq_rel);
+}
+
+bool WindowsOnScreen() {
+  // Only the display backend shows windows, and it serves the thread that opened the
+  // display: the main thread in the suite's programs. Elsewhere a window would wait unseen.
+  // The thread is asked first: the backend is picked (and the display opened) by the first
+  // thread that asks for it, which must not be a worker.
+  return ::gettid() == ::getpid() && std::strcmp(wnd::Backend().Name(), "null") != 0;
+}
+
+bool WindowMessageBoxAvailable() { return g_windowBox.load(std::memory_order_acquire) && WindowsOnScreen(); }
 
 TraceHandler SetTraceHandler(TraceHandler handler) {
   std::lock_guard<std::mutex> g(g_handlerLock);
