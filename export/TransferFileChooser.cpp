@@ -4,6 +4,7 @@
 #include <string>
 
 #include "zevutil/platform/Host.h"
+#include "zevutil/platform/WindowMessageBox.h"
 
 namespace zev {
 

@@ -356,8 +356,6 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   }
 
   // ---- common dialogs ----
-  bool ShowsWindows() const override { return OnMyThread(); }
-
   // GTK's file chooser, shown without gtk_dialog_run: the layer's own loop waits for the
   // answer, so the layer's timers and posted messages keep running meanwhile.
   bool ChooseFile(HWND owner, FileChooserRequest& req, int* result) override {

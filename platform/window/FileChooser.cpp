@@ -19,8 +19,6 @@ std::deque<FileChooserAnswer>& Script() {
 
 }  // namespace
 
-bool WindowsOnScreen() { return wnd::Backend().ShowsWindows(); }
-
 bool SaveWindowImage(HWND topLevel, const char* pngPath) {
   return topLevel && pngPath && IsWindow(topLevel) && wnd::Backend().SaveWindowImage(topLevel, pngPath);
 }

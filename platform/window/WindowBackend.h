@@ -154,8 +154,6 @@ class WindowBackend {
   virtual void DropInput(std::uintptr_t token) = 0;
 
   // ---- common dialogs ----
-  // Whether the calling thread's windows are shown on a display.
-  virtual bool ShowsWindows() const { return false; }
   // Shows a file or folder chooser owned by 'owner' (a top-level window of the layer, or
   // null), runs the layer's loop until the person answers and stores IDOK or IDCANCEL in
   // *result. False when this backend has no chooser of its own.

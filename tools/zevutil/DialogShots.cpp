@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "zevutil/platform/FileChooser.h"
+#include "zevutil/platform/WindowMessageBox.h"
 #include "zevutil/platform/WindowImage.h"
 
 namespace zevcli {

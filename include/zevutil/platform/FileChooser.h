@@ -29,10 +29,6 @@ struct FileChooserRequest {
 // Shows the chooser owned by 'owner' and returns IDOK (with req.path set) or IDCANCEL.
 int ChooseFile(HWND owner, FileChooserRequest& req);
 
-// True when the calling thread's windows are shown on a display; false on the null backend
-// (no display, or ZEVUTIL_WINDOW_BACKEND=null).
-bool WindowsOnScreen();
-
 // The old platform's filter string, "Name|patterns|" per entry, as pairs; a trailing
 // empty entry or an odd last part is dropped.
 std::vector<std::pair<std::string, std::string>> ParseFileFilter(const char* filter);
