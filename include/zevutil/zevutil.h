@@ -62,6 +62,7 @@
 #include "zevutil/COutputObject.h"
 #include "zevutil/CBaseSequenceOutputObject.h"
 #include "zevutil/TransferFileChooser.h"
+#include "zevutil/DialogModelWindow.h"
 
 // Export option dialogs.
 #include "zevutil/CZevDirectoryDialog.h"
