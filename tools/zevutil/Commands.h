@@ -28,5 +28,6 @@ void AddIdentityCommands(CLI::App& app);  // id, version
 void AddObjectCommands(CLI::App& app);    // colors, calib
 void AddPrintCommands(CLI::App& app);     // print, printers
 void AddPropsCommands(CLI::App& app);     // props
+void AddExportCommands(CLI::App& app);    // export
 
 }  // namespace zevcli

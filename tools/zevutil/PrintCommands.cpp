@@ -1,7 +1,6 @@
 // print: text lines as a report (header, footer, tab stops, word wrap) to a PDF file,
 // PNG pages or a printer queue, through the library's print object. printers: the
 // destinations there are.
-#include <signal.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "OutputChoices.h"
 #include "zevutil/CPrintObject.h"
 #include "zevutil/platform/Host.h"
 #include "zevutil/platform/Print.h"
@@ -29,22 +29,12 @@ using nlohmann::json;
 
 struct PrintOptions {
   std::vector<std::string> files;
-  std::string pdf, png, printer, pages, paper, font, title, tabs;
-  int dpi = 150;
+  OutputChoices output;
+  std::string font, title, tabs;
   double size = 0;
-  bool landscape = false, noHeader = false, noFooter = false, asJson = false;
+  bool noHeader = false, noFooter = false, asJson = false;
   std::vector<std::string> headers, footers;
 };
-
-// Ctrl-C sets the running job's cancel flag; before the job has one, it is remembered.
-volatile sig_atomic_t g_interrupted = 0;
-zev::LONG* volatile g_cancelFlag = nullptr;
-
-extern "C" void OnInterrupt(int) {
-  g_interrupted = 1;
-  zev::LONG* flag = g_cancelFlag;
-  if (flag) *flag = 1;
-}
 
 // Hands out the input one line per call, reading the files (or standard input) as it
 // goes, so that memory stays flat however long the input is.
@@ -80,18 +70,13 @@ class LinePrinter : public zev::CPrintObject {
     if (!info) return;
     if (m_opts.noHeader) info->m_bHeaderEnabled = 0;
     if (m_opts.noFooter) info->m_bFooterEnabled = 0;
-    if (m_from && info->m_pPrintInfo) {
-      info->m_pPrintInfo->SetFromPage(m_from);
-      info->m_pPrintInfo->SetToPage(m_to);
-    }
+    ApplyPageRange(m_opts.output, info);
     if (!m_tabStops.empty()) SetTabStops(m_tabStops.data(), int(m_tabStops.size()));
   }
 
   int EndPrintObject() override {
-    // A cancelled job, or a range that holds no page, leaves nothing behind: the
-    // document is abandoned, not finished.
-    const bool nothing = GetPrintHandler() && GetPrintHandler()->GetDevicePagesStarted() == 0;
-    if ((IsOutputCancelled() || nothing) && GetPrintDC()) GetPrintDC()->AbortDoc();
+    // A cancelled job, or a range that holds no page, leaves nothing behind.
+    AbandonEmptyOrCancelledDocument(*this);
     return CPrintObject::EndPrintObject();
   }
 
@@ -105,7 +90,6 @@ class LinePrinter : public zev::CPrintObject {
 
   const std::string& FailedFile() const { return m_failed; }
 
-  unsigned m_from = 0, m_to = 0;
   std::vector<double> m_tabStops;
 
  private:
@@ -161,27 +145,6 @@ class LinePrinter : public zev::CPrintObject {
   zev::LONG m_total = 0x7FFFFFFF;
 };
 
-short PaperCode(const std::string& name) {
-  const struct {
-    const char* name;
-    short code;
-  } papers[] = {{"a4", zev::DMPAPER_A4}, {"letter", zev::DMPAPER_LETTER}, {"legal", zev::DMPAPER_LEGAL},
-                {"a3", zev::DMPAPER_A3}, {"a5", zev::DMPAPER_A5}};
-  for (const auto& p : papers)
-    if (zev::CString(name.c_str()).CompareNoCase(p.name) == 0) return p.code;
-  throw CommandError("unknown paper '" + name + "' (a4, letter, legal, a3, a5)");
-}
-
-void ParsePages(const std::string& text, unsigned& from, unsigned& to) {
-  unsigned long a = 0, b = 0;
-  char dash = 0, extra = 0;
-  std::istringstream in(text);
-  if (!(in >> a >> dash >> b) || dash != '-' || (in >> extra) || a < 1 || b < a || b > 0xFFFF)
-    throw CommandError("bad page range '" + text + "' (FROM-TO, 1 <= FROM <= TO <= 65535)");
-  from = unsigned(a);
-  to = unsigned(b);
-}
-
 std::vector<double> ParseTabs(const std::string& text) {
   std::vector<double> stops;
   std::stringstream in(text);
@@ -200,44 +163,19 @@ std::vector<double> ParseTabs(const std::string& text) {
   return stops;
 }
 
-void RunPrint(const PrintOptions& o) {
-  if (!o.pdf.empty() && !o.png.empty()) throw CommandError("--pdf and --png exclude each other");
-  if ((!o.pdf.empty() || !o.png.empty()) && !o.printer.empty())
-    throw CommandError("--printer excludes --pdf and --png");
-  if (o.dpi < 10 || o.dpi > 2400) throw CommandError("--dpi must lie between 10 and 2400");
+void RunPrint(PrintOptions& o) {
+  CheckOutputChoices(o.output);
   if (o.size != 0 && (!(o.size >= 1) || o.size > 400)) throw CommandError("--size must lie between 1 and 400 points");
   if (o.headers.size() > 3 || o.footers.size() > 3) throw CommandError("at most three --header and three --footer");
 
   std::string title = o.title;
   if (title.empty()) title = o.files.empty() ? "standard input" : o.files.front();
   LinePrinter job(o, title);
-  if (!o.pages.empty()) ParsePages(o.pages, job.m_from, job.m_to);
   if (!o.tabs.empty()) job.m_tabStops = ParseTabs(o.tabs);
 
   zev::CPageFormatDef format;
   job.CreatePageFormatTitle(format, title.c_str());
-  std::string destination;
-  std::vector<std::string> files;
-  if (!o.pdf.empty()) {
-    format.m_device.m_strPrinterName = zev::kPrintToPdfName;
-    format.m_device.m_strFileName = o.pdf.c_str();
-    destination = zev::kPrintToPdfName;
-  } else if (!o.png.empty()) {
-    std::error_code ec;
-    std::filesystem::create_directories(o.png, ec);
-    format.m_device.m_strPrinterName = zev::kPrintToPngName;
-    format.m_device.m_strFileName = o.png.c_str();
-    zev::SetPngOutputDpi(o.dpi);
-    destination = zev::kPrintToPngName;
-  } else {
-    zev::CString name(o.printer.c_str());
-    if (name.IsEmpty() && !zev::GetDefaultPrinterName(name))
-      throw CommandError("no default printer (give --pdf, --png or --printer)");
-    format.m_device.m_strPrinterName = name;
-    destination = name.GetString();
-  }
-  format.m_device.m_nPaperSize = o.paper.empty() ? zev::GetSystemDefaultPaper() : PaperCode(o.paper);
-  format.m_device.m_nOrientation = o.landscape ? 2 : 1;
+  const std::string destination = SetOutputDevice(o.output, format);
   if (!o.font.empty()) format.m_fontBody.m_strFaceName = o.font.c_str();
   if (o.size != 0) format.m_fontBody.m_nSize = zev::LONG(std::lround(o.size * 10));
   if (!o.headers.empty()) {
@@ -250,58 +188,10 @@ void RunPrint(const PrintOptions& o) {
   }
   if (!job.Open()) throw CommandError("cannot read '" + job.FailedFile() + "'");
 
-  // The library's boxes become the failure line; nobody is asked anything.
-  std::string boxText;
-  auto oldBox = zev::SetMessageBoxHandler([&boxText](zev::HWND, const char* text, const char*, zev::UINT style) {
-    if (boxText.empty() && text) boxText = text;
-    return zev::DefaultMessageBoxAnswer(style);
-  });
-  const bool progress = ::isatty(2) && !o.asJson;
-  auto oldStatus = zev::SetPrintStatusHandler([progress](const zev::PrintStatusInfo& s) {
-    if (s.event == zev::PrintStatusEvent::Open) {
-      g_cancelFlag = s.cancelFlag;
-      if (g_interrupted && s.cancelFlag) *s.cancelFlag = 1;
-    } else if (s.event == zev::PrintStatusEvent::Page) {
-      if (g_interrupted && s.cancelFlag) *s.cancelFlag = 1;
-      if (progress) std::fprintf(stderr, "\rzevutil print: %s", s.page);
-    } else {
-      g_cancelFlag = nullptr;
-      if (progress) std::fprintf(stderr, "\n");
-    }
-  });
-  struct sigaction sa {}, oldSa{};
-  sa.sa_handler = OnInterrupt;
-  sigemptyset(&sa.sa_mask);
-  sigaction(SIGINT, &sa, &oldSa);
-
   job.SetPrintFromView(1, nullptr, title.c_str());
-  const int ok = job.PrintObject(format, zev::CObjectOutputDef());
-
-  sigaction(SIGINT, &oldSa, nullptr);
-  g_cancelFlag = nullptr;
-  zev::SetPrintStatusHandler(oldStatus);
-  zev::SetMessageBoxHandler(oldBox);
-
-  if (g_interrupted) {
-    std::fprintf(stderr, "zevutil: print cancelled\n");
-    ExitStatus() = 130;
-    return;
-  }
-  if (job.GetPagesOutput() == 0 && job.m_from)
-    throw CommandError("no page in the range " + o.pages + ": the report has " +
-                       std::to_string(job.GetPagesLaidOut()) + " page(s)");
-  if (!ok) {
-    std::string why = boxText;
-    for (char& c : why)
-      if (c == '\n') c = ' ';
-    if (why.empty()) why = job.GetLastErrorMsg().GetString();
-    if (why.empty()) why = "the printer failed";
-    throw CommandError("print to '" + destination + "' failed: " + why);
-  }
-  if (!o.pdf.empty()) files.push_back(o.pdf);
-  if (!o.png.empty())
-    for (zev::LONG i = 1; i <= job.GetPagesOutput(); ++i)
-      files.push_back((std::filesystem::path(o.png) / ("page-" + std::to_string(i) + ".png")).string());
+  const bool progress = ::isatty(2) && !o.asJson;
+  const std::vector<std::string> files = RunPrintJob(job, format, o.output, destination, "print", progress);
+  if (ExitStatus() == 130) return;
   if (o.asJson) {
     json j = {{"pages_laid_out", job.GetPagesLaidOut()},
               {"pages_output", job.GetPagesOutput()},
@@ -339,14 +229,7 @@ void AddPrintCommands(CLI::App& app) {
       "tab stops and word wrap; to a PDF file, PNG pages or a printer (the default queue without an option). "
       "Ctrl-C cancels, leaves no file and exits 130");
   print->add_option("FILE", o->files, "text files, printed one after the other");
-  print->add_option("--pdf", o->pdf, "write the report to this PDF file")->type_name("FILE");
-  print->add_option("--png", o->png, "write one PNG per page (page-N.png) into this folder")->type_name("DIR");
-  print->add_option("--dpi", o->dpi, "resolution of the PNG pages (default 150)");
-  print->add_option("--printer", o->printer, "print on this queue (see `zevutil printers`)")->type_name("NAME");
-  print->add_option("--pages", o->pages, "print only these pages; the others are laid out, not drawn")
-      ->type_name("FROM-TO");
-  print->add_option("--paper", o->paper, "a4, letter, legal, a3 or a5 (default: the system's paper)");
-  print->add_flag("--landscape", o->landscape, "turn the paper");
+  AddOutputChoices(*print, o->output);
   print->add_option("--font", o->font, "body font face (default Arial)")->type_name("FACE");
   print->add_option("--size", o->size, "body font size in points (default 10)")->type_name("POINTS");
   print->add_option("--title", o->title, "the middle of the first header line (default: the first file's name)");

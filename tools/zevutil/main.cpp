@@ -60,6 +60,7 @@ int main(int argc, char** argv) {
   zevcli::AddObjectCommands(app);
   zevcli::AddPrintCommands(app);
   zevcli::AddPropsCommands(app);
+  zevcli::AddExportCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {

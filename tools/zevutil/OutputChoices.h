@@ -1,0 +1,52 @@
+// Where a printed report goes, shared by the commands that print: a PDF file, PNG
+// pages or a printer queue, the page range, the paper and its orientation; and the
+// running of a print job with the library's boxes turned into one failure line,
+// progress on a terminal, and Ctrl-C cancelling the job.
+#pragma once
+#include <string>
+#include <vector>
+
+#include "zevutil/CPrintObject.h"
+
+namespace CLI {
+class App;
+}
+
+namespace zevcli {
+
+struct OutputChoices {
+  std::string pdf, png, printer, pages, paper;
+  int dpi = 150;
+  bool landscape = false;
+  unsigned from = 0, to = 0;  // the parsed --pages; 0: every page
+};
+
+// --pdf, --png, --dpi, --printer, --pages, --paper, --landscape.
+void AddOutputChoices(CLI::App& command, OutputChoices& choices);
+
+// Checks the combination and the values, and parses the page range. Throws
+// CommandError naming the option at fault.
+void CheckOutputChoices(OutputChoices& choices);
+
+// Points the format's device at the chosen destination (the default queue when none
+// is chosen), with the paper and the orientation; creates the PNG folder. Returns the
+// destination's name for messages. Throws CommandError when there is no printer.
+std::string SetOutputDevice(const OutputChoices& choices, zev::CPageFormatDef& format);
+
+// The page range into a running job; for a print object's OnStartOutput.
+void ApplyPageRange(const OutputChoices& choices, zev::COutputInfo* info);
+
+// Runs job.PrintObject(format, def) and tells how it went: the files written, or
+// CommandError ("<command> to '<destination>' failed: <why>", or no page in the
+// range). Ctrl-C cancels the job, which leaves no file: then the result is empty,
+// "<command> cancelled" is on stderr and the exit status is 130.
+std::vector<std::string> RunPrintJob(zev::CPrintObject& job, zev::CPageFormatDef& format,
+                                     const OutputChoices& choices, const std::string& destination,
+                                     const std::string& command, bool progress);
+
+// Stops a job that is running and does not own its page loop: an abandoned document
+// (cancelled, or a range that holds no page) is aborted, not finished. For a print
+// object's EndPrintObject, before the library's.
+void AbandonEmptyOrCancelledDocument(zev::CPrintObject& job);
+
+}  // namespace zevcli
