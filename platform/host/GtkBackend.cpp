@@ -621,7 +621,8 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     if (stored.topLevel) {
       HWND focus = GetFocus();
       if (focus && IsChild(hwnd, focus))
-        if (Peer* f = Find(focus); f && f->control) gtk_window_set_focus(GTK_WINDOW(stored.outer), f->control);
+        if (Peer* f = Find(focus); f && f->control && gtk_widget_get_can_focus(f->control))
+          gtk_window_set_focus(GTK_WINDOW(stored.outer), f->control);
     }
   }
 
