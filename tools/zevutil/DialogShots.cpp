@@ -2,7 +2,9 @@
 #include "DialogShots.h"
 
 #include <cstdio>
+#include <memory>
 
+#include "zevutil/CPrintStatusDlg.h"
 #include "zevutil/platform/FileChooser.h"
 #include "zevutil/platform/WindowMessageBox.h"
 #include "zevutil/platform/WindowImage.h"
@@ -65,6 +67,45 @@ bool DisplayOrSay(const char* insteadText) {
   if (zev::WindowsOnScreen()) return true;
   std::fprintf(stderr, "zevutil: no display to show the dialog on; %s\n", insteadText);
   return false;
+}
+
+namespace {
+
+BOOL FindStatusWindow(HWND w, zev::LPARAM found) {
+  if (zev::IsWindowVisible(w) && zev::GetDlgItem(w, zev::IDC_PRINTSTATUS_PAGE)) {
+    *reinterpret_cast<HWND*>(found) = w;
+    return zev::FALSE;
+  }
+  return zev::TRUE;
+}
+
+}  // namespace
+
+zev::PrintStatusHandler& StatusWindows() {
+  static auto* h = new zev::PrintStatusHandler;  // used until the process ends
+  return *h;
+}
+
+const zev::PrintStatusHandler& PrintStatusDialogHandler() { return StatusWindows(); }
+
+void UsePrintStatusDialog(const std::string& shot) {
+  if (!DisplayOrSay("the print status goes to the terminal")) return;
+  // The status windows take the events from the handler they replace, then it is put back:
+  // the print run installs its own and hands the events on.
+  zev::PrintStatusHandler before = zev::SetPrintStatusHandler({});
+  zev::UsePrintStatusWindows();
+  zev::PrintStatusHandler windows = zev::SetPrintStatusHandler(before);
+  auto taken = std::make_shared<bool>(false);
+  StatusWindows() = [windows, taken, shot](const zev::PrintStatusInfo& status) {
+    if (windows) windows(status);
+    if (shot.empty() || status.event != zev::PrintStatusEvent::Page || *taken) return;
+    HWND w = nullptr;
+    zev::EnumThreadWindows(zev::GetCurrentThreadId(), FindStatusWindow, zev::LPARAM(&w));
+    if (!w) return;
+    *taken = true;
+    if (!zev::SaveWindowImage(w, ShotName(shot, "status").c_str()))
+      std::fprintf(stderr, "zevutil: could not save the print status picture\n");
+  };
 }
 
 }  // namespace zevcli

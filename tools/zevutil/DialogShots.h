@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "zevutil/platform/Print.h"
 #include "zevutil/platform/Window.h"
 
 namespace zevcli {
@@ -13,6 +14,7 @@ using zev::HWND;
 using zev::UINT;
 using zev::UINT_PTR;
 using zev::DWORD;
+using zev::BOOL;
 
 // One step: what to do with the dialog's window, or a picture of it saved to 'png'.
 struct ShotStep {
@@ -31,5 +33,17 @@ std::string ShotName(const std::string& base, const std::string& suffix);
 // True when the thread's windows are shown on a display; otherwise says why on stderr,
 // one line, naming what happens instead.
 bool DisplayOrSay(const char* insteadText);
+
+}  // namespace zevcli
+
+namespace zevcli {
+
+// print --dialog: the print status window serves the jobs of this run when there is a
+// display (otherwise says so, and the status goes where it went). With 'shot', a picture
+// of the window is saved at its first page as SHOT-status.png.
+void UsePrintStatusDialog(const std::string& shot);
+// The status window's handler once UsePrintStatusDialog installed it (empty before): a
+// print run that takes the status events for itself hands them on to it.
+const zev::PrintStatusHandler& PrintStatusDialogHandler();
 
 }  // namespace zevcli
