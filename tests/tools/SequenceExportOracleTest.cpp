@@ -3,13 +3,12 @@
 // values and data points against the peers, and the library's own layouts to the byte.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "ExportOracle.h"
 #include "RunProgram.h"
 #include "TraceModel.h"
 #include "zevutil/CBaseSequenceOutputObject.h"
@@ -18,42 +17,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string kShared = ZEV_SHARED_DIR;
+const std::string kShared = zevoracle::SharedDir();
 
-struct OracleRow {
-  std::string oracle, trace, format;
-};
-
-// The primary oracles of INDEX.tsv of the given format.
-std::vector<OracleRow> PrimaryOracles(const std::string& format) {
-  std::vector<OracleRow> rows;
-  std::ifstream in(kShared + "/testdata/export-oracle/INDEX.tsv");
-  std::string line;
-  std::getline(in, line);  // column names
-  while (std::getline(in, line)) {
-    std::vector<std::string> f;
-    std::stringstream s(line);
-    std::string cell;
-    while (std::getline(s, cell, '\t')) f.push_back(cell);
-    if (f.size() >= 4 && f[1] == "primary" && f[3] == format) rows.push_back({f[0], f[2], f[3]});
-  }
-  return rows;
-}
-
-bool HavePython() { return std::system("python3 -c pass >/dev/null 2>&1") == 0; }
-
-// Runs compare_export.py; its report lands in report.
-int Compare(const fs::path& ours, const std::string& oracle, const std::string& options, std::string& report) {
-  const fs::path out = fs::path(ours).concat(".compare");
-  const std::string cmd = "python3 '" + kShared + "/tools/compare_export.py' '" + ours.string() + "' '" + kShared +
-                          "/testdata/export-oracle/" + oracle + "' " + options + " >'" + out.string() + "' 2>&1";
-  const int rc = std::system(cmd.c_str());
-  std::ifstream in(out);
-  std::stringstream s;
-  s << in.rdbuf();
-  report = s.str();
-  return rc;
-}
+using zevoracle::Compare;
+using zevoracle::HavePython;
+using zevoracle::OracleRow;
+using zevoracle::PrimaryOracles;
 
 class SequenceExportOracle : public ::testing::Test {
  protected:

@@ -29,5 +29,6 @@ void AddObjectCommands(CLI::App& app);    // colors, calib
 void AddPrintCommands(CLI::App& app);     // print, printers
 void AddPropsCommands(CLI::App& app);     // props
 void AddExportCommands(CLI::App& app);    // export
+void AddReportCommands(CLI::App& app);    // report
 
 }  // namespace zevcli

@@ -102,13 +102,13 @@ void ApplyPageRange(const OutputChoices& o, zev::COutputInfo* info) {
   info->m_pPrintInfo->SetToPage(o.to);
 }
 
-void AbandonEmptyOrCancelledDocument(zev::CPrintObject& job) {
-  const bool nothing = job.GetPrintHandler() && job.GetPrintHandler()->GetDevicePagesStarted() == 0;
-  if ((job.IsOutputCancelled() || nothing) && job.GetPrintDC()) job.GetPrintDC()->AbortDoc();
+void AbandonEmptyOrCancelledDocument(zev::CPrintObject& job, long pagesOutput) {
+  if ((job.IsOutputCancelled() || pagesOutput == 0) && job.GetPrintDC()) job.GetPrintDC()->AbortDoc();
 }
 
 std::vector<std::string> RunPrintJob(zev::CPrintObject& job, zev::CPageFormatDef& format, const OutputChoices& o,
-                                     const std::string& destination, const std::string& command, bool progress) {
+                                     const std::string& destination, const std::string& command, bool progress,
+                                     const std::function<long()>& pagesOutput) {
   // The library's boxes become the failure line; nobody is asked anything.
   std::string boxText;
   auto oldBox = zev::SetMessageBoxHandler([&boxText](zev::HWND, const char* text, const char*, zev::UINT style) {
@@ -141,12 +141,13 @@ std::vector<std::string> RunPrintJob(zev::CPrintObject& job, zev::CPageFormatDef
   zev::SetMessageBoxHandler(oldBox);
 
   std::vector<std::string> files;
+  const long pages = pagesOutput ? pagesOutput() : long(job.GetPagesOutput());
   if (g_interrupted) {
     std::fprintf(stderr, "zevutil: %s cancelled\n", command.c_str());
     ExitStatus() = 130;
     return files;
   }
-  if (job.GetPagesOutput() == 0 && o.from)
+  if (pages == 0 && o.from)
     throw CommandError("no page in the range " + o.pages + ": the report has " +
                        std::to_string(job.GetPagesLaidOut()) + " page(s)");
   if (!ok) {
@@ -159,7 +160,7 @@ std::vector<std::string> RunPrintJob(zev::CPrintObject& job, zev::CPageFormatDef
   }
   if (!o.pdf.empty()) files.push_back(o.pdf);
   if (!o.png.empty())
-    for (zev::LONG i = 1; i <= job.GetPagesOutput(); ++i)
+    for (long i = 1; i <= pages; ++i)
       files.push_back((std::filesystem::path(o.png) / ("page-" + std::to_string(i) + ".png")).string());
   return files;
 }

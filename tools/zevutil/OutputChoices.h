@@ -3,6 +3,7 @@
 // running of a print job with the library's boxes turned into one failure line,
 // progress on a terminal, and Ctrl-C cancelling the job.
 #pragma once
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -39,14 +40,17 @@ void ApplyPageRange(const OutputChoices& choices, zev::COutputInfo* info);
 // Runs job.PrintObject(format, def) and tells how it went: the files written, or
 // CommandError ("<command> to '<destination>' failed: <why>", or no page in the
 // range). Ctrl-C cancels the job, which leaves no file: then the result is empty,
-// "<command> cancelled" is on stderr and the exit status is 130.
+// "<command> cancelled" is on stderr and the exit status is 130. pagesOutput counts
+// the pages sent to the device when the job's own handler does not start them all
+// (a job made of embedded objects); by default the job's count.
 std::vector<std::string> RunPrintJob(zev::CPrintObject& job, zev::CPageFormatDef& format,
                                      const OutputChoices& choices, const std::string& destination,
-                                     const std::string& command, bool progress);
+                                     const std::string& command, bool progress,
+                                     const std::function<long()>& pagesOutput = {});
 
-// Stops a job that is running and does not own its page loop: an abandoned document
-// (cancelled, or a range that holds no page) is aborted, not finished. For a print
-// object's EndPrintObject, before the library's.
-void AbandonEmptyOrCancelledDocument(zev::CPrintObject& job);
+// A cancelled job, or one whose range held no page (pagesOutput pages went to the
+// device), is aborted rather than finished, so that it leaves no file behind. For a
+// print object's EndPrintObject, before the library's.
+void AbandonEmptyOrCancelledDocument(zev::CPrintObject& job, long pagesOutput);
 
 }  // namespace zevcli

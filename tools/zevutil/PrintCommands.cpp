@@ -79,7 +79,7 @@ class LinePrinter : public zev::CPrintObject {
 
   int EndPrintObject() override {
     // A cancelled job, or a range that holds no page, leaves nothing behind.
-    AbandonEmptyOrCancelledDocument(*this);
+    AbandonEmptyOrCancelledDocument(*this, GetPrintHandler() ? long(GetPrintHandler()->GetDevicePagesStarted()) : 0);
     return CPrintObject::EndPrintObject();
   }
 

@@ -61,6 +61,7 @@ int main(int argc, char** argv) {
   zevcli::AddPrintCommands(app);
   zevcli::AddPropsCommands(app);
   zevcli::AddExportCommands(app);
+  zevcli::AddReportCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
