@@ -180,7 +180,8 @@ zev::CPageFormatDef PartFormat(const zev::CPageFormatDef& base, const ReportedTr
 
 void WriteExport(std::vector<ReportedTrace>& traces, const std::string& path) {
   // The tables go to a temporary name first, so that a failure leaves no partial file.
-  const std::string temp = path + ".part" + std::to_string(::getpid());
+  // It ends in the text extension: the export names a file without it by adding it.
+  const std::string temp = path + ".part" + std::to_string(::getpid()) + ".txt";
   TableExport job(traces);
   int ok = 0;
   try {
