@@ -1,7 +1,7 @@
 # Dialogs: the suite's windows shown for real on a private X server (Xvfb) when it is
 # installed, each run unattended by the program itself (a picture of each, then the
 # button a person would press): the properties sheet of a trace, the export dialog and
-# the export's progress window, and the print status window. Without Xvfb the same
+# the export's progress window, and the print status window of a print and a report. Without Xvfb the same
 # commands fall back to the terminal and say so.
 echo
 echo "== zevutil props / export --dialog / print --dialog: the dialogs on screen"
@@ -22,6 +22,7 @@ if command -v Xvfb >/dev/null 2>&1; then
       "$zev" props "$here/data/demo.ab1" --shot "$shots/properties"
       "$zev" export "$here/data/demo.ab1" --dialog --out "$shots/export" --shot "$shots/export-dialog"
       "$zev" print "$here/data/called_bases.txt" --pdf "$shots/print.pdf" --dialog --shot "$shots/print"
+      "$zev" report "$here/data/demo.ab1" --pdf "$shots/report.pdf" --dialog --shot "$shots/report" 2>/dev/null
     ) || echo "   (a dialog step failed: exit status $?)"
   else
     echo "   Xvfb did not start; the dialogs are not shown"

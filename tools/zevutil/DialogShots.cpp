@@ -96,15 +96,20 @@ void UsePrintStatusDialog(const std::string& shot) {
   zev::UsePrintStatusWindows();
   zev::PrintStatusHandler windows = zev::SetPrintStatusHandler(before);
   auto taken = std::make_shared<bool>(false);
-  StatusWindows() = [windows, taken, shot](const zev::PrintStatusInfo& status) {
-    if (windows) windows(status);
-    if (shot.empty() || status.event != zev::PrintStatusEvent::Page || *taken) return;
+  auto picture = [taken, shot] {
     HWND w = nullptr;
     zev::EnumThreadWindows(zev::GetCurrentThreadId(), FindStatusWindow, zev::LPARAM(&w));
     if (!w) return;
     *taken = true;
     if (!zev::SaveWindowImage(w, ShotName(shot, "status").c_str()))
       std::fprintf(stderr, "zevutil: could not save the print status picture\n");
+  };
+  StatusWindows() = [windows, taken, shot, picture](const zev::PrintStatusInfo& status) {
+    // At the first page; a job whose pages do not report goes in the picture as it closes.
+    const bool want = !shot.empty() && !*taken;
+    if (want && status.event == zev::PrintStatusEvent::Close) picture();
+    if (windows) windows(status);
+    if (want && status.event == zev::PrintStatusEvent::Page) picture();
   };
 }
 
