@@ -2,6 +2,7 @@
 // record gives, in sheet order, with each page's labels and texts, and the button
 // changes that leave the sheet only to be closed.
 #include "zevutil/PropPages.h"
+#include "zevutil/platform/Window.h"
 
 #include <string>
 
@@ -298,6 +299,7 @@ CComObjectPropertiesDlg::CComObjectPropertiesDlg(PropPages& pages, int arg1, int
 }
 
 CComObjectPropertiesDlg::~CComObjectPropertiesDlg() {
+  if (m_hWnd && IsWindow(m_hWnd)) DestroyWindow(m_hWnd);
   for (CPropertyPageModel* p : m_Pages) delete p;
 }
 

@@ -10,6 +10,7 @@
 #include "zevutil/platform/Collections.h"
 #include "zevutil/platform/Com.h"
 #include "zevutil/platform/Types.h"
+#include "zevutil/platform/WinTypes.h"
 
 namespace zev {
 
@@ -305,7 +306,29 @@ class CComObjectPropertiesDlg {
   void OnWindowCreated() { m_bWindowExists = true; }
   void OnWindowDestroyed() { m_bWindowExists = false; }
 
+  // The sheet as a window (PropSheetWindow.cpp): a tab for each page, the page's labels
+  // and texts (nothing editable), and the sheet's buttons as OnInitDialog leaves them.
+  // DoModal shows it and returns IDCANCEL once it is closed, or -1 when the window cannot
+  // be made; Create makes it modeless and shown (null on failure), and closing destroys it.
+  // A null owner means the parent's window, if there is a parent.
+  INT_PTR DoModal(HWND owner = nullptr);
+  HWND Create(HWND owner = nullptr);
+  HWND GetSafeHwnd() const { return m_hWnd; }
+  // The child window that holds page 'index' (its labels, texts and list), or null.
+  HWND GetPageWindow(int index) const;
+  // The tab control's id, and the first id of a page's controls: each row is a label
+  // (kFirstFieldId + 2 * row) and its text (+1); the title line and the list have their own.
+  static constexpr int kTabId = 0x3020, kApplyId = 0x3021, kTitleId = 0x3FF, kFirstFieldId = 0x400,
+                       kListLabelId = 0x7FE, kListId = 0x7FF;
+
  private:
+  static INT_PTR SheetProc(HWND dlg, UINT msg, WPARAM wParam, LPARAM lParam);
+  void BuildWindow(HWND dlg);
+  void ShowPage(int index);
+  HWND m_hWnd = nullptr;
+  std::vector<HWND> m_PageWnds;
+  bool m_bModal = false;
+
   CString m_strTitle;
   std::vector<CPropertyPageModel*> m_Pages;  // owned
   std::vector<SheetControl> m_Controls;

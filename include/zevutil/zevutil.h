@@ -63,6 +63,8 @@
 #include "zevutil/CBaseSequenceOutputObject.h"
 #include "zevutil/CObjHeaderOutput.h"
 #include "zevutil/CBaseImpOutputObject.h"
+#include "zevutil/TransferFileChooser.h"
+#include "zevutil/DialogModelWindow.h"
 
 // Export option dialogs.
 #include "zevutil/CZevDirectoryDialog.h"
@@ -71,6 +73,8 @@
 
 // Window toolkit.
 #include "zevutil/platform/Wnd.h"
+#include "zevutil/platform/FileChooser.h"
+#include "zevutil/platform/WindowImage.h"
 #include "zevutil/platform/WindowMessageBox.h"
 #include "zevutil/CWinHookBase.h"
 #include "zevutil/CIdleHook.h"

@@ -356,6 +356,126 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     if (GdkEvent* ev = TakeToken(token)) gdk_event_free(ev);
   }
 
+  // ---- common dialogs ----
+  // GTK's file chooser, shown without gtk_dialog_run: the layer's own loop waits for the
+  // answer, so the layer's timers and posted messages keep running meanwhile.
+  bool ChooseFile(HWND owner, FileChooserRequest& req, int* result) override {
+    if (!OnMyThread()) return false;
+    using Mode = FileChooserRequest::Mode;
+    const GtkFileChooserAction action = req.mode == Mode::Open   ? GTK_FILE_CHOOSER_ACTION_OPEN
+                                        : req.mode == Mode::Save ? GTK_FILE_CHOOSER_ACTION_SAVE
+                                                                 : GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER;
+    const char* accept = req.mode == Mode::Open ? "_Open" : req.mode == Mode::Save ? "_Save" : "_Select";
+    Peer* o = Find(owner);
+    GtkWindow* parent = o && o->topLevel ? GTK_WINDOW(o->outer) : nullptr;
+    GtkWidget* dlg = gtk_file_chooser_dialog_new(ToUtf8(req.title).c_str(), parent, action, "_Cancel",
+                                                 GTK_RESPONSE_CANCEL, accept, GTK_RESPONSE_ACCEPT, nullptr);
+    gtk_dialog_set_default_response(GTK_DIALOG(dlg), GTK_RESPONSE_ACCEPT);
+    gtk_window_set_modal(GTK_WINDOW(dlg), TRUE);
+    GtkFileChooser* fc = GTK_FILE_CHOOSER(dlg);
+    gtk_file_chooser_set_do_overwrite_confirmation(fc, req.overwritePrompt);
+    gtk_file_chooser_set_local_only(fc, TRUE);
+    std::vector<GtkFileFilter*> filters;
+    for (const auto& [name, patterns] : req.filters) {
+      if (req.mode == Mode::Folder) break;  // folders are not filtered by file name
+      GtkFileFilter* f = gtk_file_filter_new();
+      gtk_file_filter_set_name(f, ToUtf8(name).c_str());
+      std::string one;
+      for (size_t i = 0; i <= patterns.size(); ++i) {
+        if (i == patterns.size() || patterns[i] == ';') {
+          if (!one.empty()) gtk_file_filter_add_pattern(f, ToUtf8(one).c_str());
+          one.clear();
+        } else if (patterns[i] != ' ') {
+          one += patterns[i];
+        }
+      }
+      gtk_file_chooser_add_filter(fc, f);  // the chooser takes the floating reference
+      filters.push_back(f);
+    }
+    if (req.filterIndex >= 1 && req.filterIndex <= int(filters.size()))
+      gtk_file_chooser_set_filter(fc, filters[size_t(req.filterIndex - 1)]);
+    const std::string& init = req.initialPath;
+    if (!init.empty()) {
+      gchar* dir = g_path_get_dirname(init.c_str());
+      gchar* base = g_path_get_basename(init.c_str());
+      if (req.mode == Mode::Folder) {
+        gtk_file_chooser_set_current_folder(fc, init.c_str());
+      } else {
+        if (init.find('/') != std::string::npos) gtk_file_chooser_set_current_folder(fc, dir);
+        if (req.mode == Mode::Save) gtk_file_chooser_set_current_name(fc, ToUtf8(base).c_str());
+        else if (g_file_test(init.c_str(), G_FILE_TEST_EXISTS)) gtk_file_chooser_set_filename(fc, init.c_str());
+      }
+      g_free(dir);
+      g_free(base);
+    }
+    struct State {
+      int response = GTK_RESPONSE_NONE;
+      bool done = false;
+    } st;
+    g_signal_connect(dlg, "response", G_CALLBACK(+[](GtkDialog*, gint r, gpointer p) {
+                       auto* s = static_cast<State*>(p);
+                       s->response = r;
+                       s->done = true;
+                       PostMessageA(nullptr, WM_NULL, 0, 0);  // wakes the loop below
+                     }),
+                     &st);
+    const bool disableOwner = owner && IsWindowEnabled(owner);
+    if (disableOwner) EnableWindow(owner, FALSE);
+    GtkWidget* savedChooser = m_chooser;
+    m_chooser = dlg;
+    gtk_widget_show(dlg);
+    // The chooser sizes itself after the screen; without a window manager that is all of it.
+    gtk_window_resize(GTK_WINDOW(dlg), 640, 440);
+    bool quit = false;
+    int quitCode = 0;
+    MSG m;
+    while (!st.done) {
+      BOOL got = GetMessageA(&m, nullptr, 0, 0);
+      if (got == 0) {
+        quit = true;
+        quitCode = int(m.wParam);
+        break;
+      }
+      if (got < 0) break;
+      TranslateMessage(&m);
+      DispatchMessageA(&m);
+    }
+    bool ok = st.response == GTK_RESPONSE_ACCEPT;
+    if (ok) {
+      gchar* path = gtk_file_chooser_get_filename(fc);
+      req.path = path ? path : "";
+      g_free(path);
+      GtkFileFilter* chosen = gtk_file_chooser_get_filter(fc);
+      for (size_t i = 0; i < filters.size(); ++i)
+        if (filters[i] == chosen) req.filterIndex = int(i + 1);
+      ok = !req.path.empty();
+    }
+    m_chooser = savedChooser;
+    if (disableOwner && IsWindow(owner)) EnableWindow(owner, TRUE);
+    gtk_widget_destroy(dlg);
+    if (quit) PostQuitMessage(quitCode);
+    *result = ok ? IDOK : IDCANCEL;
+    return true;
+  }
+
+  GtkWidget* CurrentChooser() const { return m_chooser; }
+
+  bool SaveWindowImage(HWND topLevel, const char* pngPath) override {
+    if (!OnMyThread()) return false;
+    Peer* p = Find(topLevel);
+    if (!p || !p->topLevel || !gtk_widget_get_mapped(p->outer)) return false;
+    GdkWindow* gw = gtk_widget_get_window(p->outer);
+    if (!gw) return false;
+    UpdateNow(topLevel);
+    GdkPixbuf* pb = gdk_pixbuf_get_from_window(gw, 0, 0, gdk_window_get_width(gw), gdk_window_get_height(gw));
+    if (!pb) return false;
+    GError* err = nullptr;
+    bool ok = gdk_pixbuf_save(pb, pngPath, "png", &err, nullptr);
+    if (err) g_error_free(err);
+    g_object_unref(pb);
+    return ok;
+  }
+
   // ---- for tests ----
   GtkWidget* WidgetOf(HWND hwnd, bool control) {
     Peer* p = Find(hwnd);
@@ -502,7 +622,8 @@ class GtkWindowBackend final : public wnd::WindowBackend {
     if (stored.topLevel) {
       HWND focus = GetFocus();
       if (focus && IsChild(hwnd, focus))
-        if (Peer* f = Find(focus); f && f->control) gtk_window_set_focus(GTK_WINDOW(stored.outer), f->control);
+        if (Peer* f = Find(focus); f && f->control && gtk_widget_get_can_focus(f->control))
+          gtk_window_set_focus(GTK_WINDOW(stored.outer), f->control);
     }
   }
 
@@ -1184,6 +1305,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
   std::map<std::uintptr_t, GdkEvent*> m_tokens;
   std::uintptr_t m_nextToken = 0;
   GtkWidget* m_measure = nullptr;
+  GtkWidget* m_chooser = nullptr;  // the file chooser being shown
   SIZE m_baseUnits{7, 14};
   bool m_waiting = false;
   ULONGLONG m_deadline = wnd::kNoDeadline;
@@ -1196,6 +1318,7 @@ class GtkWindowBackend final : public wnd::WindowBackend {
 
 GtkWidget* PeerWidget(HWND hwnd) { return g_backend ? g_backend->WidgetOf(hwnd, false) : nullptr; }
 GtkWidget* PeerControl(HWND hwnd) { return g_backend ? g_backend->WidgetOf(hwnd, true) : nullptr; }
+GtkWidget* OpenFileChooser() { return g_backend ? g_backend->CurrentChooser() : nullptr; }
 
 }  // namespace zev::gtkhost
 

@@ -13,5 +13,7 @@ namespace zev::gtkhost {
 GtkWidget* PeerWidget(HWND hwnd);
 // The widget that takes the window's input: the entry, tree view or button itself.
 GtkWidget* PeerControl(HWND hwnd);
+// The file chooser being shown now, or null.
+GtkWidget* OpenFileChooser();
 
 }  // namespace zev::gtkhost

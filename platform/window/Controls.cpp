@@ -875,7 +875,10 @@ LRESULT CALLBACK_ProgressProc(HWND h, UINT m, WPARAM wp, LPARAM lp) {
 // ---- tab control ----
 
 namespace {
-int TabStripHeight(const Wnd* w) { return w->ctl.itemHeight + 6; }
+// A caption line and the frame and padding round it: 15 px over the line is what the
+// compact style of the GTK backend gives a tab, so pages placed below the strip never
+// cover the tabs.
+int TabStripHeight(const Wnd* w) { return w->ctl.itemHeight + 15; }
 }  // namespace
 
 LRESULT CALLBACK_TabProc(HWND h, UINT m, WPARAM wp, LPARAM lp) {

@@ -349,6 +349,7 @@ int PumpPending() {
 }
 
 void ResetWindowTestState() {
+  ClearFileChooserScript();
   ThreadState& ts = Thread();
   std::vector<HWND> tops;
   for (Wnd* w : ts.topLevels) tops.push_back(w->hwnd);

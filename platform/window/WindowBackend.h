@@ -37,6 +37,7 @@
 #include <string>
 #include <vector>
 
+#include "zevutil/platform/FileChooser.h"
 #include "zevutil/platform/Window.h"
 
 namespace zev::wnd {
@@ -151,6 +152,20 @@ class WindowBackend {
   // ---- raw input ----
   virtual void ReinjectInput(std::uintptr_t token) = 0;
   virtual void DropInput(std::uintptr_t token) = 0;
+
+  // ---- common dialogs ----
+  // Shows a file or folder chooser owned by 'owner' (a top-level window of the layer, or
+  // null), runs the layer's loop until the person answers and stores IDOK or IDCANCEL in
+  // *result. False when this backend has no chooser of its own.
+  virtual bool ChooseFile(HWND owner, FileChooserRequest& req, int* result) {
+    (void)owner, (void)req, (void)result;
+    return false;
+  }
+  // Writes what the display shows of a top-level window as a PNG; false when it cannot.
+  virtual bool SaveWindowImage(HWND topLevel, const char* pngPath) {
+    (void)topLevel, (void)pngPath;
+    return false;
+  }
 };
 
 // The backend in use. The first call picks one: the host's (CreateHostWindowBackend) unless

@@ -30,5 +30,6 @@ void AddPrintCommands(CLI::App& app);     // print, printers
 void AddExportCommands(CLI::App& app);    // export
 void AddReportCommands(CLI::App& app);    // report
 void AddBitmapCommands(CLI::App& app);    // bitmap merge|replace|info
+void AddPropsCommands(CLI::App& app);     // props
 
 }  // namespace zevcli

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "ExportDialog.h"
 #include "ExportFiles.h"
 #include "ExportVerify.h"
 #include "ExportWriters.h"
@@ -45,6 +46,8 @@ struct ExportOptions {
   bool dryRun = false;
   bool verify = false;
   bool asJson = false;
+  bool dialog = false;  // choose format and options in the export dialog, under a progress window
+  std::string shot;     // with --dialog, unattended: pictures, then OK
 };
 
 struct Input {
@@ -308,6 +311,19 @@ void ExportOne(const Input& in, const FormatInfo& f, const ExportOptions& o, con
 }
 
 void RunExport(ExportOptions& o) {
+  if (o.dialog) {
+    ExportDialogChoice c{o.format.empty() ? zev::EXPORT_NONE : Format(o.format).type, o.outDir, o.minLength,
+                         o.resolve, o.applyTrimming};
+    if (!ChooseExportInDialog(c, o.shot)) {
+      std::printf("export cancelled in the dialog\n");
+      return;
+    }
+    for (const auto& f : kFormats)
+      if (f.type == c.type) o.format = f.name;
+    o.outDir = c.outDir, o.minLength = c.minLength, o.resolve = c.resolve && !o.overwrite;
+    o.applyTrimming = c.applyTrimming;
+  }
+  if (o.format.empty()) throw CommandError("--format is required (or --dialog to choose it)");
   if (o.resolve && o.overwrite) throw CommandError("--resolve-conflicts and --overwrite exclude each other");
   const FormatInfo& f = Format(o.format);
   if (!o.profile.empty()) {
@@ -335,8 +351,14 @@ void RunExport(ExportOptions& o) {
   std::set<std::string> claimed;
   std::size_t exported = 0, failed = 0, skipped = 0, written = 0;
   Progress progress(inputs.size(), "export");
+  std::unique_ptr<ExportProgressWindow> window;
+  if (o.dialog) window = std::make_unique<ExportProgressWindow>(inputs.size(), o.shot);
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     const Input& in = inputs[i];
+    if (window && !window->Next(in.path)) {
+      std::printf("export cancelled after %zu of %zu inputs\n", i, inputs.size());
+      break;
+    }
     progress.Step(i, in.path);
     json r;
     try {
@@ -410,7 +432,6 @@ void AddExportCommands(CLI::App& app) {
   cmd->add_option("--format", o->format,
                   "txt: the base table; seq: the bases; fasta: FASTA and its QUAL (NAME.fasta.qual); phred: SCF and "
                   "phred's NAME.scf.phd.1; scf2, scf3, abi, esd, crv: the trace formats; ori: the raw data as text")
-      ->required()
       ->check(CLI::IsMember(names));
   cmd->add_option("--out", o->outDir, "the folder the files go into (default: the current folder)");
   cmd->add_flag("-r,--recursive", o->recursive, "export the trace files in folders and their subfolders");
@@ -432,6 +453,11 @@ void AddExportCommands(CLI::App& app) {
   cmd->add_flag("--dry-run", o->dryRun, "print the names it would write and write nothing");
   cmd->add_flag("--verify", o->verify, "read every written file back and compare it with what was meant");
   cmd->add_flag("--json", o->asJson, "a JSON report: per input its format, sample, bases, files, renames, warnings");
+  cmd->add_flag("--dialog", o->dialog,
+                "choose the format and options in the export dialog, then export under a progress window whose "
+                "cancel stops between files (without a display: as the command line says)");
+  cmd->add_option("--shot", o->shot, "with --dialog, unattended: save pictures as SHOT-options.png and "
+                                     "SHOT-progress.png and press OK (for demonstrations)");
   cmd->callback([o] { RunExport(*o); });
 }
 

@@ -1,6 +1,8 @@
 // The output choices of the printing commands and the running of their print jobs.
 #include "OutputChoices.h"
 
+#include "DialogShots.h"
+
 #include <signal.h>
 
 #include <CLI/CLI.hpp>
@@ -114,6 +116,7 @@ std::vector<std::string> RunPrintJob(zev::CPrintObject& job, zev::CPageFormatDef
     return zev::DefaultMessageBoxAnswer(style);
   });
   auto oldStatus = zev::SetPrintStatusHandler([progress, &command](const zev::PrintStatusInfo& s) {
+    if (const auto& window = PrintStatusDialogHandler()) window(s);  // print --dialog
     if (s.event == zev::PrintStatusEvent::Open) {
       g_cancelFlag = s.cancelFlag;
       if (g_interrupted && s.cancelFlag) *s.cancelFlag = 1;

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "DialogShots.h"
 #include "OutputChoices.h"
 #include "zevutil/CPrintObject.h"
 #include "zevutil/platform/Host.h"
@@ -34,6 +35,8 @@ struct PrintOptions {
   double size = 0;
   bool noHeader = false, noFooter = false, asJson = false;
   std::vector<std::string> headers, footers;
+  bool dialog = false;  // the print status window with its cancel
+  std::string shot;
 };
 
 // Hands out the input one line per call, reading the files (or standard input) as it
@@ -187,6 +190,7 @@ void RunPrint(PrintOptions& o) {
     for (int i = 0; i < 3; ++i) *rows[i] = i < int(o.footers.size()) ? o.footers[size_t(i)].c_str() : "";
   }
   if (!job.Open()) throw CommandError("cannot read '" + job.FailedFile() + "'");
+  if (o.dialog) UsePrintStatusDialog(o.shot);
 
   job.SetPrintFromView(1, nullptr, title.c_str());
   const bool progress = ::isatty(2) && !o.asJson;
@@ -245,6 +249,10 @@ void AddPrintCommands(CLI::App& app) {
   print->add_flag("--no-header", o->noHeader, "no header band");
   print->add_flag("--no-footer", o->noFooter, "no footer band");
   print->add_flag("--json", o->asJson, "print a summary: pages laid out and output, destination, files");
+  print->add_flag("--dialog", o->dialog,
+                  "show the print status window (title, printer, port, page) whose Cancel stops the job "
+                  "(without a display: the status on the terminal)");
+  print->add_option("--shot", o->shot, "with --dialog: save a picture of the status window as SHOT-status.png");
   print->callback([o] { RunPrint(*o); });
 
   auto asJson = std::make_shared<bool>(false);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "DialogShots.h"
 #include "OutputChoices.h"
 #include "ReadTrimming.h"
 #include "TraceModel.h"
@@ -26,6 +27,8 @@ struct ReportOptions {
   std::string exportFile;
   OutputChoices output;
   ReadTrimmingOptions trim;
+  bool dialog = false;  // the print status window with its cancel
+  std::string shot;
 };
 
 // Fixed pitch, so that the table's columns and the alignment rows line up. At 9 points
@@ -177,7 +180,8 @@ zev::CPageFormatDef PartFormat(const zev::CPageFormatDef& base, const ReportedTr
 
 void WriteExport(std::vector<ReportedTrace>& traces, const std::string& path) {
   // The tables go to a temporary name first, so that a failure leaves no partial file.
-  const std::string temp = path + ".part" + std::to_string(::getpid());
+  // It ends in the text extension: the export names a file without it by adding it.
+  const std::string temp = path + ".part" + std::to_string(::getpid()) + ".txt";
   TableExport job(traces);
   int ok = 0;
   try {
@@ -216,6 +220,7 @@ void PrintReport(std::vector<ReportedTrace>& traces, ReportOptions& o) {
     if (table) add(std::make_unique<zev::CBaseSequenceOutputObject>(t.trace.sequence), "Base table");
   }
   doc.SetPrintFromView(1, nullptr, title.c_str());
+  if (o.dialog) UsePrintStatusDialog(o.shot);
   RunPrintJob(doc, format, o.output, destination, "report", ::isatty(2) != 0, [&doc] { return doc.DevicePages(); });
 }
 
@@ -292,6 +297,10 @@ void AddReportCommands(CLI::App& app) {
       ->type_name("FILE");
   AddOutputChoices(*report, o->output);
   AddReadTrimmingOptions(*report, o->trim);
+  report->add_flag("--dialog", o->dialog,
+                   "show the print status window (title, printer, port, page) whose Cancel stops the job "
+                   "(without a display: the status on the terminal)");
+  report->add_option("--shot", o->shot, "with --dialog: save a picture of the status window as SHOT-status.png");
   report->callback([o] { RunReport(*o); });
 }
 

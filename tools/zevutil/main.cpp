@@ -62,6 +62,7 @@ int main(int argc, char** argv) {
   zevcli::AddExportCommands(app);
   zevcli::AddReportCommands(app);
   zevcli::AddBitmapCommands(app);
+  zevcli::AddPropsCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
