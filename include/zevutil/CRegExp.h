@@ -76,6 +76,8 @@ class CRegExp {
   void GrowSize(LONG bytes);
   void MatchError(const char* message) const;
   void BuildTables();
+  void ReleaseTemp();   // drops the working copy (its block kept for the next one)
+  void ReleaseFound();  // drops the found text (its block kept for the next match)
   bool FirstChars(const char* scan, unsigned char (&set)[256], int& budget) const;
   bool LiteralStarts(const char* scan, std::vector<std::string>& out, int& budget) const;
   bool InClass(const char* node, char c) const;
