@@ -222,6 +222,7 @@ int EachProbedLiteral(const char* text, const std::vector<std::string>& lits, co
     }
     return false;
   };
+  const std::size_t block = regexscan::ProbeBlock();
   for (const char* from = text;;) {
     const regexscan::ProbeHits h = regexscan::ScanProbes(from, probes);
     for (unsigned bits = h.bits; bits; bits &= bits - 1) {
@@ -230,7 +231,7 @@ int EachProbedLiteral(const char* text, const std::vector<std::string>& lits, co
         if (const int r = visit(at)) return r;
     }
     if (h.end) return 0;
-    from = h.block + 16;
+    from = h.block + block;
   }
 }
 #endif
