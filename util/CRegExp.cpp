@@ -151,6 +151,8 @@ struct CRegExp::Tables {
   // With four or fewer of each: the same, repeated to fill four places.
   bool pairsFew = false;
   char pairFirst4[4] = {}, pairGap4[4] = {};
+  // The one literal that must follow the leading run is the text every match must hold.
+  bool innerIsMust = false;
   // The search is a straight program tried where the scan of firstScan stops.
   bool scanSteps = false;
   // With a start character: the whole literal that every match begins with.
@@ -722,6 +724,7 @@ void CRegExp::BuildTables() {
   if (m_cRegStart && OP(OPERAND(program)) == EXACTLY) view.leading = OPERAND(OPERAND(program));
   if (m_pRegMust) view.must = m_pRegMust;
   regexplan::BuildPlan(t->plan, view);
+  t->innerIsMust = m_pRegMust && t->plan.inner.size() == 1 && t->plan.inner[0] == m_pRegMust;
   t->plan.firstScan = {};
   t->scanSteps = false;
   if (t->firstValid) {
@@ -1133,8 +1136,8 @@ inline void CRegExp::ReleaseFound() {
   m_pFoundText.reset();
 }
 
-int CRegExp::SearchFrom(const char* text) {
-  const int found = TryPositions(text);
+int CRegExp::SearchFrom(const char* text, const char* mustAt) {
+  const int found = TryPositions(text, mustAt);
   // A search that fails has always tried some position last, which leaves every group
   // bound clear; positions skipped because they cannot match must not change that.
   if (found < 0) {
@@ -1144,7 +1147,7 @@ int CRegExp::SearchFrom(const char* text) {
   return found;
 }
 
-int CRegExp::TryPositions(const char* text) {
+int CRegExp::TryPositions(const char* text, const char* mustAt) {
   MatchState& m = *m_pMatch;
   m_pRegBol = text;
   const Tables* t = m_pTables.get();
@@ -1220,6 +1223,15 @@ int CRegExp::TryPositions(const char* text) {
         return 0;
       };
       int r;
+#if defined(__SSE2__)
+      if (plan->innerProbes.count) {
+        // When the one inner literal is the text that every match must hold, the look for
+        // that text has found its first place already: none begins before it.
+        const char* base = mustAt && t->innerIsMust ? mustAt : text;
+        r = regexplan::EachProbedLiteral(base, plan->inner, plan->innerProbes, nullptr,
+                                         [&](std::size_t at) { return visit(base + at); });
+      } else
+#endif
       if (plan->inner.size() == 1) {
         // One literal: the C library's search, which uses the widest vectors there are.
         r = regexplan::EachOccurrence(text, plan->inner, visit);
@@ -1347,7 +1359,8 @@ int CRegExp::RegFind(const char* text) {
   MatchState& m = *m_pMatch;
   ReleaseFound();
   if (!m_bCompiled) return -1;
-  if (m_pRegMust && !std::strstr(text, m_pRegMust)) return -1;
+  const char* mustAt = m_pRegMust ? std::strstr(text, m_pRegMust) : nullptr;
+  if (m_pRegMust && !mustAt) return -1;
   const Tables* t = m_pTables.get();
   if (t && !t->plan.Admits(text)) {
     // No match can be in the text: leave what a search that fails leaves.
@@ -1409,7 +1422,7 @@ int CRegExp::RegFind(const char* text) {
     }
     m_apStartp[0] = start;
     m_apEndp[0] = m_pRegInput = end;
-  } else if (SearchFrom(text) < 0) {
+  } else if (SearchFrom(text, mustAt) < 0) {
     return -1;
   }
   const std::size_t len = std::size_t(m_apEndp[0] - m_apStartp[0]);

@@ -395,6 +395,7 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
       if (!heads[0].empty()) {
         plan.inner = std::move(heads);
         plan.innerFilter.Build(plan.inner);
+        BuildProbes(plan.innerProbes, plan.inner);
         // The search looks for a single inner literal first thing: no need to ask before.
         if (plan.inner.size() == 1)
           plan.required.erase(std::remove(plan.required.begin(), plan.required.end(), plan.inner[0]),

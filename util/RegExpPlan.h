@@ -265,6 +265,7 @@ struct SearchPlan {
   static constexpr std::size_t kMaxInner = 8;
   std::vector<std::string> inner;
   LiteralFilter innerFilter;
+  regexscan::Probes innerProbes;  // for them (count 0: none)
 
   // The straight program, when every choice in it is decided by the text at hand: runs
   // whose follower cannot begin with a byte of the run (or that end the match), and
