@@ -429,7 +429,9 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
     BuildProbes(plan.probes, plan.lits);
     if (v.upper) BuildProbes(plan.caseProbes, plan.lits, v.upper);
   }
-  // Runs of a set of one or two ranges of bytes are measured sixteen bytes at a time.
+  // Runs of a set of one or two ranges of bytes are measured sixteen bytes at a time,
+  // when the set is wide enough (letters, say) for its runs to be long: a short run, as
+  // of digits, ends sooner in the byte loop than the vector scan is set up.
   plan.runSets.clear();
   for (const Step& step : plan.steps) {
     if (step.kind != Step::kRun) continue;
@@ -443,7 +445,7 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
     plan.groups |= step.kind == Step::kOpen || step.kind == Step::kClose;
     if (step.kind == Step::kRun) {
       const regexscan::ByteSet& r = plan.runSets[runs++];
-      step.ranges = r.ranges > 0 && r.ranges <= 2 ? &r : nullptr;
+      step.ranges = r.ranges > 0 && r.ranges <= 2 && r.members >= 16 ? &r : nullptr;
     }
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
     if (step.kind == Step::kLit) {
