@@ -118,6 +118,22 @@ void UpperCopy(char* to, const char* from, std::size_t n) {
   for (; i < n; ++i) to[i] = static_cast<char>(table[src[i]]);
 }
 
+#if defined(__SSE2__)
+// Where the first of the plan's literals begins in the text, or -1. Out of line, so that
+// the searches that never look for literals keep a short entry into RegFind.
+#if defined(__GNUC__) || defined(__clang__)
+__attribute__((noinline))
+#endif
+std::ptrdiff_t FirstProbedLiteral(const char* text, const regexplan::SearchPlan& plan) {
+  std::ptrdiff_t found = -1;
+  regexplan::EachProbedLiteral(text, plan.lits, plan.probes, nullptr, [&](std::size_t at) {
+    found = std::ptrdiff_t(at);
+    return 1;
+  });
+  return found;
+}
+#endif
+
 void CopyError(char* buffer, const char* message) {
   if (buffer) std::strcpy(buffer, message);
 }
@@ -1385,11 +1401,10 @@ int CRegExp::RegFind(const char* text) {
     } else if (shape == regexplan::SearchPlan::kLiteralChoice) {
 #if defined(__SSE2__)
       if (t->plan.probes.count) {
-        regexplan::EachProbedLiteral(text, t->plan.lits, t->plan.probes, nullptr, [&](std::size_t at) {
+        if (const std::ptrdiff_t at = FirstProbedLiteral(text, t->plan); at >= 0) {
           start = text + at;
           end = t->plan.Run(text, start, m_apStartp, m_apEndp);
-          return 1;
-        });
+        }
       } else
 #endif
       regexplan::EachLiteral(reinterpret_cast<const unsigned char*>(text), std::strlen(text), t->plan.lits,
@@ -1403,11 +1418,8 @@ int CRegExp::RegFind(const char* text) {
       const char* lit = reinterpret_cast<const char*>(first.text);
 #if defined(__SSE2__)
       if (first.len > 1 && t->plan.probes.count) {
-        start = nullptr;
-        regexplan::EachProbedLiteral(text, t->plan.lits, t->plan.probes, nullptr, [&](std::size_t at) {
-          start = text + at;
-          return 1;
-        });
+        const std::ptrdiff_t at = FirstProbedLiteral(text, t->plan);
+        start = at >= 0 ? text + at : nullptr;
       } else
 #endif
       start = first.len == 1 ? std::strchr(text, lit[0]) : std::strstr(text, lit);
