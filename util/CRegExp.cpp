@@ -118,6 +118,22 @@ void UpperCopy(char* to, const char* from, std::size_t n) {
   for (; i < n; ++i) to[i] = static_cast<char>(table[src[i]]);
 }
 
+#if defined(__SSE2__)
+// Where the first of the plan's literals begins in the text, or -1. Out of line, so that
+// the searches that never look for literals keep a short entry into RegFind.
+#if defined(__GNUC__) || defined(__clang__)
+__attribute__((noinline))
+#endif
+std::ptrdiff_t FirstProbedLiteral(const char* text, const regexplan::SearchPlan& plan) {
+  std::ptrdiff_t found = -1;
+  regexplan::EachProbedLiteral(text, plan.lits, plan.probes, nullptr, [&](std::size_t at) {
+    found = std::ptrdiff_t(at);
+    return 1;
+  });
+  return found;
+}
+#endif
+
 void CopyError(char* buffer, const char* message) {
   if (buffer) std::strcpy(buffer, message);
 }
@@ -151,6 +167,10 @@ struct CRegExp::Tables {
   // With four or fewer of each: the same, repeated to fill four places.
   bool pairsFew = false;
   char pairFirst4[4] = {}, pairGap4[4] = {};
+  // The one literal that must follow the leading run is the text every match must hold.
+  bool innerIsMust = false;
+  // The search is a straight program tried where the scan of firstScan stops.
+  bool scanSteps = false;
   // With a start character: the whole literal that every match begins with.
   std::string startText;
   // For a repeat at a program offset: the character the next node to consume must see
@@ -716,10 +736,13 @@ void CRegExp::BuildTables() {
     }
   };
   view.anchored = m_cRegAnchor != 0;
+  view.upper = UpperTable();
   if (m_cRegStart && OP(OPERAND(program)) == EXACTLY) view.leading = OPERAND(OPERAND(program));
   if (m_pRegMust) view.must = m_pRegMust;
   regexplan::BuildPlan(t->plan, view);
+  t->innerIsMust = m_pRegMust && t->plan.inner.size() == 1 && t->plan.inner[0] == m_pRegMust;
   t->plan.firstScan = {};
+  t->scanSteps = false;
   if (t->firstValid) {
     std::copy(std::begin(t->first), std::end(t->first), t->plan.firstScan.has);
     t->plan.firstScan.Finish();
@@ -727,6 +750,9 @@ void CRegExp::BuildTables() {
     if (t->plan.requiredSetValid && !t->firstAtEnd &&
         std::equal(std::begin(t->plan.requiredSet.has), std::end(t->plan.requiredSet.has), t->plan.firstScan.has))
       t->plan.requiredSetValid = false;
+    // The general search for a straight program with a sparse first set, nothing else.
+    t->scanSteps = !t->plan.steps.empty() && !m_cRegAnchor && !m_cRegStart && t->plan.inner.empty() &&
+                   !t->pairsValid && t->plan.firstScan.ranges > 0 && t->plan.firstScan.members <= 16;
   }
 }
 
@@ -1103,8 +1129,31 @@ matched:
 
 // ---------------------------------------------------------------- searches
 
-int CRegExp::SearchFrom(const char* text) {
-  const int found = TryPositions(text);
+inline void CRegExp::ReleaseTemp() {
+  MatchState& m = *m_pMatch;
+  if (m_bTempOwned) {
+    if (m_pTempText.use_count() == 1) {
+      // No copy shares the block: keep it for the next copy instead of freeing it.
+      m.spareTemp = std::move(m_pTempText);
+      m.spareTempCapacity = m.tempCapacity;
+    }
+    m_pTempText.reset();
+    m_bTempOwned = 0;
+  }
+}
+
+inline void CRegExp::ReleaseFound() {
+  MatchState& m = *m_pMatch;
+  if (m_pFoundText && m_pFoundText.use_count() == 1) {
+    // No copy shares the block: keep it for the next match instead of freeing it.
+    m.spareFound = std::move(m_pFoundText);
+    m.spareCapacity = m.foundCapacity;
+  }
+  m_pFoundText.reset();
+}
+
+int CRegExp::SearchFrom(const char* text, const char* mustAt) {
+  const int found = TryPositions(text, mustAt);
   // A search that fails has always tried some position last, which leaves every group
   // bound clear; positions skipped because they cannot match must not change that.
   if (found < 0) {
@@ -1114,9 +1163,8 @@ int CRegExp::SearchFrom(const char* text) {
   return found;
 }
 
-int CRegExp::TryPositions(const char* text) {
+int CRegExp::TryPositions(const char* text, const char* mustAt) {
   MatchState& m = *m_pMatch;
-  m.Reset();
   m_pRegBol = text;
   const Tables* t = m_pTables.get();
   const regexplan::SearchPlan* plan = t ? &t->plan : nullptr;
@@ -1142,6 +1190,21 @@ int CRegExp::TryPositions(const char* text) {
     // With a star the try covered q (no repeats) as well, the terminator included.
     return *q ? reinterpret_cast<const char*>(q + 1) : nullptr;
   };
+  if (t && t->scanSteps) {
+    // A straight program tried where the scan for its first bytes stops (the loop at the
+    // end of the general search below, without the matcher's state).
+    for (const char* s = text;;) {
+      s = regexscan::Scan(s, plan->firstScan);
+      if (!*s) return t->firstAtEnd && attempt(s) ? 0 : -1;
+      if (attempt(s)) return 0;
+      if (leadRun && leadRun[static_cast<unsigned char>(*s)]) {
+        if (!(s = pastRun(s))) return -1;
+      } else {
+        ++s;
+      }
+    }
+  }
+  m.Reset();
   if (m_cRegAnchor) return attempt(text) ? 0 : -1;
   if (m_cRegStart) {
     // The text itself first, then each occurrence of the start character after it (of
@@ -1176,6 +1239,15 @@ int CRegExp::TryPositions(const char* text) {
         return 0;
       };
       int r;
+#if defined(__SSE2__)
+      if (plan->innerProbes.count) {
+        // When the one inner literal is the text that every match must hold, the look for
+        // that text has found its first place already: none begins before it.
+        const char* base = mustAt && t->innerIsMust ? mustAt : text;
+        r = regexplan::EachProbedLiteral(base, plan->inner, plan->innerProbes, nullptr,
+                                         [&](std::size_t at) { return visit(base + at); });
+      } else
+#endif
       if (plan->inner.size() == 1) {
         // One literal: the C library's search, which uses the widest vectors there are.
         r = regexplan::EachOccurrence(text, plan->inner, visit);
@@ -1301,14 +1373,10 @@ int CRegExp::TryPositions(const char* text) {
 int CRegExp::RegFind(const char* text) {
   if (!text) return -1;
   MatchState& m = *m_pMatch;
-  if (m_pFoundText && m_pFoundText.use_count() == 1) {
-    // No copy shares the block: keep it for the next match instead of freeing it.
-    m.spareFound = std::move(m_pFoundText);
-    m.spareCapacity = m.foundCapacity;
-  }
-  m_pFoundText.reset();
+  ReleaseFound();
   if (!m_bCompiled) return -1;
-  if (m_pRegMust && !std::strstr(text, m_pRegMust)) return -1;
+  const char* mustAt = m_pRegMust ? std::strstr(text, m_pRegMust) : nullptr;
+  if (m_pRegMust && !mustAt) return -1;
   const Tables* t = m_pTables.get();
   if (t && !t->plan.Admits(text)) {
     // No match can be in the text: leave what a search that fails leaves.
@@ -1331,6 +1399,14 @@ int CRegExp::RegFind(const char* text) {
     if (shape == regexplan::SearchPlan::kAnchoredSteps) {
       end = t->plan.Run(text, text, m_apStartp, m_apEndp);
     } else if (shape == regexplan::SearchPlan::kLiteralChoice) {
+#if defined(__SSE2__)
+      if (t->plan.probes.count) {
+        if (const std::ptrdiff_t at = FirstProbedLiteral(text, t->plan); at >= 0) {
+          start = text + at;
+          end = t->plan.Run(text, start, m_apStartp, m_apEndp);
+        }
+      } else
+#endif
       regexplan::EachLiteral(reinterpret_cast<const unsigned char*>(text), std::strlen(text), t->plan.lits,
                              t->plan.choiceFilter, [&](std::size_t at) {
                                start = text + at;
@@ -1340,6 +1416,12 @@ int CRegExp::RegFind(const char* text) {
     } else {
       const regexplan::Step& first = t->plan.steps[0];
       const char* lit = reinterpret_cast<const char*>(first.text);
+#if defined(__SSE2__)
+      if (first.len > 1 && t->plan.probes.count) {
+        const std::ptrdiff_t at = FirstProbedLiteral(text, t->plan);
+        start = at >= 0 ? text + at : nullptr;
+      } else
+#endif
       start = first.len == 1 ? std::strchr(text, lit[0]) : std::strstr(text, lit);
       if (start) end = start + first.len;
     }
@@ -1352,7 +1434,7 @@ int CRegExp::RegFind(const char* text) {
     }
     m_apStartp[0] = start;
     m_apEndp[0] = m_pRegInput = end;
-  } else if (SearchFrom(text) < 0) {
+  } else if (SearchFrom(text, mustAt) < 0) {
     return -1;
   }
   const std::size_t len = std::size_t(m_apEndp[0] - m_apStartp[0]);
@@ -1373,15 +1455,7 @@ int CRegExp::RegFind(const char* text) {
 
 int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper) {
   MatchState& m = *m_pMatch;
-  if (m_bTempOwned) {
-    if (m_pTempText.use_count() == 1) {
-      // No copy shares the block: keep it for the next copy instead of freeing it.
-      m.spareTemp = std::move(m_pTempText);
-      m.spareTempCapacity = m.tempCapacity;
-    }
-    m_pTempText.reset();
-    m_bTempOwned = 0;
-  }
+  ReleaseTemp();
   if (!text || !*text) return 0;
   if (start < 0) start = 0;
   const std::size_t length = std::strlen(text);
@@ -1410,6 +1484,29 @@ int CRegExp::CreateTempString(const char* text, int& start, int& end, int upper)
 }
 
 int CRegExp::RegFind(const char* text, int start, int end, int upper) {
+#if defined(__SSE2__)
+  const Tables* t = m_pTables.get();
+  if (upper && text && *text && m_bCompiled && t && !m_pRegMust && t->plan.caseProbes.count) {
+    // A search for literals in an upper-cased copy: look for them in the text as it is,
+    // through the upper-case table, and make the copy only when one of them begins in the
+    // stretch. A stretch without any fails as the search of its copy would, without it.
+    const std::size_t length = std::strlen(text);
+    const std::size_t from = std::size_t(std::max(start, 0));
+    if (length <= 0x7FFFFFFF && end >= 0 && from <= std::min(std::size_t(end), length - 1)) {
+      const std::size_t span = std::min(std::size_t(end), length - 1) - from;  // last place in the stretch
+      const int r = regexplan::EachProbedLiteral(text + from, t->plan.lits, t->plan.caseProbes, UpperTable(),
+                                                 [&](std::size_t at) { return at <= span ? 1 : -1; });
+      if (r != 1) {
+        ReleaseTemp();
+        ReleaseFound();
+        m_pRegBol = nullptr;
+        ClearBounds(m_apStartp);
+        ClearBounds(m_apEndp);
+        return -1;
+      }
+    }
+  }
+#endif
   if (!CreateTempString(text, start, end, upper)) return -1;
   const int offset = RegFind(m_pTempText.get());
   return offset >= 0 ? offset + start : offset;

@@ -15,6 +15,20 @@ int Commonness(unsigned char c) {
   return c && at ? int(sizeof kCommon) - int(at - kCommon) : 0;
 }
 
+// Roughly how often a byte turns up in report text (share of all bytes).
+double TextShare(unsigned char c) {
+  static const double kLetters[26] = {.065, .012, .025, .03,  .1,   .02,  .016, .04,  .06,
+                                      .001, .007, .035, .02,  .06,  .06,  .017, .001, .05,
+                                      .055, .07,  .025, .008, .015, .002, .015, .001};
+  if (c == ' ') return .15;
+  if (c >= 'a' && c <= 'z') return kLetters[c - 'a'];
+  if (c >= 'A' && c <= 'Z') return kLetters[c - 'A'] / 20;
+  if (c >= '0' && c <= '9') return .006;
+  if (c == ',' || c == '.') return .01;
+  if (c < 0x80 && c >= 0x20) return .002;
+  return .0005;
+}
+
 // Steps along the path every match takes: the successor of a choice is where all its
 // alternatives meet again. 'visit' sees each node on that path; it returns false to stop.
 template <typename Visit>
@@ -159,6 +173,72 @@ bool BuildSteps(SearchPlan& plan, const ProgramView& v) {
 }
 
 }  // namespace
+
+bool BuildProbes(regexscan::Probes& probes, const std::vector<std::string>& lits, const unsigned char* upper) {
+  probes = {};
+  if (lits.empty()) return false;
+  std::size_t shortest = lits[0].size();
+  for (const std::string& l : lits) shortest = std::min(shortest, l.size());
+  struct Place {
+    std::size_t at;
+    double share;
+    std::string values;
+  };
+  std::vector<Place> places;
+  for (std::size_t k = 0; k < std::min<std::size_t>(shortest, 17); ++k) {
+    std::string values;
+    for (const std::string& l : lits) {
+      const auto want = static_cast<unsigned char>(l[k]);
+      for (int c = 1; c < 256; ++c) {
+        const bool stands = upper ? upper[c] == want : c == want;
+        if (stands && values.find(static_cast<char>(c)) == std::string::npos) values += static_cast<char>(c);
+      }
+    }
+    if (values.empty() || values.size() > 4) continue;
+    double share = 0;
+    for (unsigned char c : values) share += TextShare(c);
+    places.push_back({k, share, values});
+  }
+  if (places.empty()) return false;
+  // The chance that a place passes by accident: the product of the probes' shares, with
+  // neighbouring places counted as strongly related (common pairs of letters).
+  auto score = [&](std::initializer_list<std::size_t> pick) {
+    double chance = 1;
+    const Place* prev = nullptr;
+    for (std::size_t i : pick) {
+      chance *= places[i].share;
+      if (prev && places[i].at == prev->at + 1) chance *= 3;
+      prev = &places[i];
+    }
+    return chance;
+  };
+  std::vector<std::size_t> best{0};
+  double bestScore = score({0});
+  for (std::size_t a = 0; a < places.size(); ++a) {
+    if (const double sc = score({a}); sc < bestScore) best = {a}, bestScore = sc;
+  }
+  if (places.size() >= 2) {
+    bestScore = 2;
+    for (std::size_t a = 0; a < places.size(); ++a)
+      for (std::size_t b = a + 1; b < places.size(); ++b)
+        if (const double sc = score({a, b}); sc < bestScore) best = {a, b}, bestScore = sc;
+  }
+  // A third probe costs a little on every block; worth it when two still pass often.
+  if (places.size() >= 3 && bestScore > 1e-3) {
+    bestScore = 2;
+    for (std::size_t a = 0; a < places.size(); ++a)
+      for (std::size_t b = a + 1; b < places.size(); ++b)
+        for (std::size_t c = b + 1; c < places.size(); ++c)
+          if (const double sc = score({a, b, c}); sc < bestScore) best = {a, b, c}, bestScore = sc;
+  }
+  for (std::size_t i : best) {
+    const Place& p = places[i];
+    probes.Set(probes.count++, static_cast<unsigned char>(p.at), reinterpret_cast<const unsigned char*>(p.values.data()),
+               int(p.values.size()));
+    if (p.values.size() > std::size_t(probes.values)) probes.values = p.values.size() > 2 ? 4 : 2;
+  }
+  return true;
+}
 
 void BuildPlan(SearchPlan& plan, const ProgramView& v) {
   const char* program = v.program;
@@ -315,6 +395,7 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
       if (!heads[0].empty()) {
         plan.inner = std::move(heads);
         plan.innerFilter.Build(plan.inner);
+        BuildProbes(plan.innerProbes, plan.inner);
         // The search looks for a single inner literal first thing: no need to ask before.
         if (plan.inner.size() == 1)
           plan.required.erase(std::remove(plan.required.begin(), plan.required.end(), plan.inner[0]),
@@ -344,8 +425,28 @@ void BuildPlan(SearchPlan& plan, const ProgramView& v) {
       if (plan.choiceFilter.valid) plan.shape = SearchPlan::kLiteralChoice;
     }
   }
+  if (plan.shape == SearchPlan::kOneLiteral || plan.shape == SearchPlan::kLiteralChoice) {
+    BuildProbes(plan.probes, plan.lits);
+    if (v.upper) BuildProbes(plan.caseProbes, plan.lits, v.upper);
+  }
+  // Runs of a set of one or two ranges of bytes are measured sixteen bytes at a time,
+  // when the set is wide enough (letters, say) for its runs to be long: a short run, as
+  // of digits, ends sooner in the byte loop than the vector scan is set up.
+  plan.runSets.clear();
+  for (const Step& step : plan.steps) {
+    if (step.kind != Step::kRun) continue;
+    regexscan::ByteSet r;
+    std::copy(plan.sets[std::size_t(step.set)].begin(), plan.sets[std::size_t(step.set)].end(), r.has);
+    r.Finish();
+    plan.runSets.push_back(r);
+  }
+  std::size_t runs = 0;
   for (Step& step : plan.steps) {
     plan.groups |= step.kind == Step::kOpen || step.kind == Step::kClose;
+    if (step.kind == Step::kRun) {
+      const regexscan::ByteSet& r = plan.runSets[runs++];
+      step.ranges = r.ranges > 0 && r.ranges <= 2 && r.members >= 16 ? &r : nullptr;
+    }
     if (step.set >= 0) step.table = plan.sets[std::size_t(step.set)].data();
     if (step.kind == Step::kLit) {
       const std::string& lit = plan.lits[std::size_t(step.lit)];

@@ -52,6 +52,7 @@ struct ProgramView {
   // one character as a repeat counts it) consumes; never the terminator.
   std::function<bool(const char*, unsigned char (&)[256])> consumes;
   bool anchored = false;            // the program begins with BOL
+  const unsigned char* upper = nullptr;  // the code page's upper case of each byte
   std::string leading;              // a literal the search itself looks for first
   std::string must;                 // the literal the search already requires
 };
@@ -67,6 +68,7 @@ struct Step {
   std::int32_t count = 0;   // kAlt: how many literals
   // Resolved once the plan is complete:
   const unsigned char* table = nullptr;  // kOne, kRun: membership of each byte
+  const regexscan::ByteSet* ranges = nullptr;  // kRun: the same as a few ranges, or null
   const unsigned char* text = nullptr;   // kLit: the literal
   std::uint32_t len = 0;                 // kLit: its length
   const std::string* alts = nullptr;     // kAlt: the literals
@@ -191,6 +193,49 @@ int EachLiteral(const unsigned char* u, std::size_t len, const std::vector<std::
   return 0;
 }
 
+// Chooses probes for the literals (none empty): the up to three places, among the first
+// seventeen of the shortest literal, with the fewest and rarest possible bytes. With
+// 'upper', a text byte c stands for the literal byte upper[c] (a case-blind search of
+// the text as it is); without it, for itself. False when no place has four values or fewer.
+bool BuildProbes(regexscan::Probes& probes, const std::vector<std::string>& lits,
+                 const unsigned char* upper = nullptr);
+
+#if defined(__SSE2__)
+// Calls visit(at) for every place, left to right in the terminated text, where one of
+// the literals begins in full (compared through 'upper' when given); visit returns 0 to
+// go on, anything else to stop with that value. Returns that value, or 0 at the end.
+// Never looks for the text's length first: the probes stop at the terminator.
+template <typename Visit>
+int EachProbedLiteral(const char* text, const std::vector<std::string>& lits, const regexscan::Probes& probes,
+                      const unsigned char* upper, Visit visit) {
+  const auto* u = reinterpret_cast<const unsigned char*>(text);
+  auto whole = [&](std::size_t at) {
+    for (const std::string& l : lits) {
+      const auto* lit = reinterpret_cast<const unsigned char*>(l.data());
+      std::size_t i = 0;
+      // Stops at the first difference, the terminator included: a literal holds none.
+      if (upper)
+        while (i < l.size() && upper[u[at + i]] == lit[i]) ++i;
+      else
+        while (i < l.size() && u[at + i] == lit[i]) ++i;
+      if (i == l.size()) return true;
+    }
+    return false;
+  };
+  const std::size_t block = regexscan::ProbeBlock();
+  for (const char* from = text;;) {
+    const regexscan::ProbeHits h = regexscan::ScanProbes(from, probes);
+    for (unsigned bits = h.bits; bits; bits &= bits - 1) {
+      const std::size_t at = std::size_t(h.block + std::countr_zero(bits) - text);
+      if (whole(at))
+        if (const int r = visit(at)) return r;
+    }
+    if (h.end) return 0;
+    from = h.block + block;
+  }
+}
+#endif
+
 struct SearchPlan {
   // Anchored patterns: the byte a match begins with must be in anchoredFirst (entry 0:
   // an empty match at the terminator), and the text must begin with anchoredPrefix.
@@ -220,6 +265,7 @@ struct SearchPlan {
   static constexpr std::size_t kMaxInner = 8;
   std::vector<std::string> inner;
   LiteralFilter innerFilter;
+  regexscan::Probes innerProbes;  // for them (count 0: none)
 
   // The straight program, when every choice in it is decided by the text at hand: runs
   // whose follower cannot begin with a byte of the run (or that end the match), and
@@ -227,6 +273,7 @@ struct SearchPlan {
   std::vector<Step> steps;
   bool groups = false;  // the steps mark groups
   std::vector<std::array<unsigned char, 256>> sets;
+  std::vector<regexscan::ByteSet> runSets;  // the run steps' sets as ranges
   std::vector<std::string> lits;
 
   // Programs whose search needs none of the general machinery: an anchored straight
@@ -235,6 +282,11 @@ struct SearchPlan {
   enum Shape : unsigned char { kGeneral, kAnchoredSteps, kOneLiteral, kLiteralChoice };
   Shape shape = kGeneral;
   LiteralFilter choiceFilter;
+  // For kOneLiteral and kLiteralChoice: probes for the literals (count 0: none), and
+  // probes that look for them in a text that is not yet upper-cased (caseProbes, with
+  // the code page's upper-case table; count 0: none).
+  regexscan::Probes probes;
+  regexscan::Probes caseProbes;
 
   // False when no match can be in the terminated text.
   bool Admits(const char* text) const {
@@ -276,7 +328,12 @@ struct SearchPlan {
           break;
         case Step::kRun: {
           const unsigned char* from = p;
-          while (step.table[*p]) ++p;
+#if defined(__SSE2__)
+          if (step.ranges)
+            p = reinterpret_cast<const unsigned char*>(regexscan::SpanRanges(reinterpret_cast<const char*>(p), *step.ranges));
+          else
+#endif
+            while (step.table[*p]) ++p;
           if (p - from < step.min) return nullptr;
           break;
         }

@@ -76,11 +76,14 @@ class CRegExp {
   void GrowSize(LONG bytes);
   void MatchError(const char* message) const;
   void BuildTables();
+  void ReleaseTemp();   // drops the working copy (its block kept for the next one)
+  void ReleaseFound();  // drops the found text (its block kept for the next match)
   bool FirstChars(const char* scan, unsigned char (&set)[256], int& budget) const;
   bool LiteralStarts(const char* scan, std::vector<std::string>& out, int& budget) const;
   bool InClass(const char* node, char c) const;
-  int SearchFrom(const char* text);
-  int TryPositions(const char* text);
+  // mustAt: where the text every match must hold first occurs (null: not looked for).
+  int SearchFrom(const char* text, const char* mustAt);
+  int TryPositions(const char* text, const char* mustAt);
   bool MemoFailed(const char* node, const char* position);
   void MemoFail(const char* node, const char* position);
 

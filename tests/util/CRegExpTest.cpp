@@ -2,8 +2,11 @@
 // reverse searches, groups and replacement, agreement with a second backtracking engine,
 // and texts and patterns built to exhaust a naive matcher.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <cctype>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -15,6 +18,7 @@
 #include <vector>
 
 #include "zevutil/CRegExp.h"
+#include "zevutil/platform/Locale.h"
 
 using namespace zev;
 
@@ -318,4 +322,61 @@ TEST(CRegExp, LongTextsAndAmbiguousLoopsStayBounded) {
     EXPECT_EQ(re.RegFind(c.text.c_str()), c.at);
     EXPECT_EQ(re.GetFindLen(), c.len);
   }
+}
+
+TEST(CRegExp, BlockScansAtThePageEndAgreeWithReferences) {
+  // Texts that end right before a page the process may not read, at every distance from
+  // a block boundary: the scans that read whole blocks must stop at the terminator, and
+  // each fast path must find what std::regex finds, and a case-blind stretch search what
+  // a search of an upper-cased copy of the stretch finds.
+  const long page = sysconf(_SC_PAGESIZE);
+  void* mem = mmap(nullptr, std::size_t(2 * page), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(mem, MAP_FAILED);
+  ASSERT_EQ(mprotect(static_cast<char*>(mem) + page, std::size_t(page), PROT_NONE), 0);
+  char* const edge = static_cast<char*>(mem) + page;
+  const char* const patterns[] = {"capillary",       "ab",        "ladder|allele|marker", "cat|dog|bird",
+                                  "[0-9]+",          "[a-z]+ing", "^[a-z]+ [0-9]+",       "[0-9]+\\.[0-9]+",
+                                  "([a-z]+) (of|at)", "Q"};
+  const char* const words[] = {"capillary", "capillar", "ladder", "allele", "marker", "cat", "dog", "bird",
+                               "sing",      "of",       "at",     "12.5",   "7",      "ab"};
+  std::mt19937 rng(7);
+  for (const char* pattern : patterns) {
+    SCOPED_TRACE(pattern);
+    CRegExp re, blind;
+    ASSERT_EQ(re.RegComp(pattern), 1);
+    ASSERT_EQ(blind.RegComp(pattern, 1), 1);
+    const std::regex reference(pattern);
+    for (int trial = 0; trial < 300; ++trial) {
+      std::string text;
+      const std::size_t want = rng() % 48;
+      while (text.size() < want) {
+        if (rng() % 3 == 0) {
+          text += words[rng() % (sizeof words / sizeof words[0])];
+        } else {
+          static const char kBytes[] = "abcdeilmnrty019 .:";
+          text += kBytes[rng() % (sizeof kBytes - 1)];
+        }
+        if (rng() % 8 == 0) text.back() = static_cast<char>(std::toupper(static_cast<unsigned char>(text.back())));
+      }
+      SCOPED_TRACE(text);
+      char* t = edge - text.size() - 1;
+      std::memcpy(t, text.c_str(), text.size() + 1);
+      std::cmatch m;
+      const bool found = std::regex_search(static_cast<const char*>(t), m, reference);
+      EXPECT_EQ(re.RegFind(t), found ? int(m.position(0)) : -1);
+      EXPECT_EQ(re.GetFindLen(), found ? int(m.length(0)) : 0);
+
+      if (text.empty()) continue;
+      const int start = int(rng() % text.size());
+      const int end = start + int(rng() % (text.size() - std::size_t(start)));
+      std::string stretch = text.substr(std::size_t(start), std::size_t(end - start + 1));
+      CharUpperBuffA(stretch.data(), DWORD(stretch.size()));
+      CRegExp copy;
+      ASSERT_EQ(copy.RegComp(pattern, 1), 1);
+      const int inCopy = copy.RegFind(stretch.c_str());
+      EXPECT_EQ(blind.RegFind(t, start, end, 1), inCopy < 0 ? -1 : inCopy + start);
+      EXPECT_EQ(blind.GetFindLen(), copy.GetFindLen());
+    }
+  }
+  munmap(mem, std::size_t(2 * page));
 }
