@@ -324,50 +324,48 @@ inline bool BeginTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
 
 // Inserts two strings that belong to different trees (their first bytes differ), going
 // down both in step: each level of one waits on its loads while the other's go on. The
-// loop holds each descent in four registers (node, its children, key bytes 1 to 8, best
+// loop holds each descent in a few registers (node, last node met, key bytes 1 to 8, best
 // match as length << 16 | position) and leaves the rare keys that agree with a node in
 // their first nine bytes to StepDown.
 inline void InsertTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
-  constexpr int NIL = CLZSS_Compressor::NIL;
+  constexpr std::uint32_t NIL = CLZSS_Compressor::NIL;
   const unsigned char* const text = t.text;
   Link (*const kids)[2] = t.kids;
   if (!BeginTwo(t, r1, a, r2, b)) return;
-  int pa = a.q, pb = b.q;  // the nodes to compare next
-  std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+  // Unsigned indices: no sign extension between a load and the next address.
+  std::uint32_t pa = std::uint32_t(a.q), pb = std::uint32_t(b.q);  // the nodes to compare next
+  std::uint32_t lastA = pa, lastB = pb;  // the last nodes met that are not NIL
   const std::uint64_t ka = a.key1, kb = b.key1;
   std::uint32_t besta = 0, bestb = 0;
+  // Each descent goes on to NIL, whose links the coder keeps NIL, so that the next node
+  // depends only on this level's loads; the loop leaves once, when both are past their
+  // ends. NIL's bytes (NIL + 1 lies inside the buffer) are compared as parting from the
+  // key at once, which is never a new best, as every descent has met a node by then.
   for (;;) {
+    const std::uint32_t ca = LoadChildren(kids, int(pa)), cb = LoadChildren(kids, int(pb));
     const std::uint64_t na = LoadBigEndian64(&text[pa + 1]);
     const std::uint64_t nb = LoadBigEndian64(&text[pb + 1]);
-    if (__builtin_expect(na == ka || nb == kb, 0)) break;
-    const int sa = ka > na, sb = kb > nb;
-    const std::uint32_t la = std::uint32_t(1 + (std::countl_zero(ka ^ na) >> 3)) << 16;
-    const std::uint32_t lb = std::uint32_t(1 + (std::countl_zero(kb ^ nb) >> 3)) << 16;
+    // NIL is the only index with bit 12 set.
+    const std::uint64_t xa = (ka ^ na) | (std::uint64_t(0) - std::uint64_t(pa >> 12));
+    const std::uint64_t xb = (kb ^ nb) | (std::uint64_t(0) - std::uint64_t(pb >> 12));
+    if (__builtin_expect((xa == 0) | (xb == 0), 0)) break;
+    const std::uint32_t la = std::uint32_t(1 + (std::countl_zero(xa) >> 3)) << 16;
+    const std::uint32_t lb = std::uint32_t(1 + (std::countl_zero(xb) >> 3)) << 16;
     // Strictly longer only: a position below 2^16 keeps an equal length from winning.
-    besta = la > besta ? la | std::uint32_t(pa) : besta;
-    bestb = lb > bestb ? lb | std::uint32_t(pb) : bestb;
-    const int qa = __builtin_expect_with_probability(sa, 1, 0.5) ? int(ca >> 16) : int(ca & 0xFFFF);
-    const int qb = __builtin_expect_with_probability(sb, 1, 0.5) ? int(cb >> 16) : int(cb & 0xFFFF);
-    // NIL is the only index with bit 12 set: one test for both descents' ends.
-    if ((qa & qb & NIL) != 0) {
-      a.p = pa, a.side = sa, a.q = qa;
-      b.p = pb, b.side = sb, b.q = qb;
-      a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
-      b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
-      FinishTwo(t, r1, a, r2, b);
-      return;
-    }
-    // A descent that has reached its leaf waits there for the other: comparing the same
-    // node again changes nothing, and the loop leaves once, when both are done.
-    pa = StayAtEnd(qa, pa);
-    pb = StayAtEnd(qb, pb);
-    ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+    besta = la > besta ? la | pa : besta;
+    bestb = lb > bestb ? lb | pb : bestb;
+    lastA = std::uint32_t(StayAtEnd(int(pa), int(lastA)));
+    lastB = std::uint32_t(StayAtEnd(int(pb), int(lastB)));
+    pa = __builtin_expect_with_probability(ka > na, 1, 0.5) ? ca >> 16 : ca & 0xFFFF;
+    pb = __builtin_expect_with_probability(kb > nb, 1, 0.5) ? cb >> 16 : cb & 0xFFFF;
+    if ((pa & pb & NIL) != 0) break;
   }
-  // A key agrees with its node in nine bytes or more: both descents go on one step at a
-  // time from the nodes they were about to compare.
-  a.q = pa, b.q = pb;
+  // Both descents are done, or one of them is to compare a node that agrees with its key
+  // in nine bytes or more: each goes on one step at a time from where it stands.
   a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
   b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
+  a.q = int(pa), a.p = int(lastA), a.side = ka > LoadBigEndian64(&text[lastA + 1]);
+  b.q = int(pb), b.p = int(lastB), b.side = kb > LoadBigEndian64(&text[lastB + 1]);
   FinishTwo(t, r1, a, r2, b);
 }
 
