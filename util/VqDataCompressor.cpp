@@ -324,7 +324,7 @@ inline bool BeginTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
 
 // Runs a descent to its end as FinishDescent does, for a key that has met a node agreeing
 // with it in nine bytes or more, so that the nodes below likely do as well: a level at a
-// time in a loop that compares key bytes 1 to 16 as one 128-bit number and leaves only
+// time in a loop that compares key bytes 1 to 16 as two words without a branch, leaving only
 // the nodes agreeing with the key in all sixteen to StepDown.
 inline void FinishLong(const Tree& t, int r, Descent& d) {
   constexpr std::uint32_t NIL = CLZSS_Compressor::NIL;
@@ -350,7 +350,7 @@ inline void FinishLong(const Tree& t, int r, Descent& d) {
       const std::uint64_t x = low ? x2 : x1;
       const std::uint32_t l = std::uint32_t((low ? 9 : 1) + (std::countl_zero(x) >> 3)) << 16;
       best = l > best ? l | p : best;
-      const bool side = ((unsigned __int128)k1 << 64 | k2) > ((unsigned __int128)n1 << 64 | n2);
+      const bool side = low ? k2 > n2 : k1 > n1;
       const std::uint32_t q = __builtin_expect_with_probability(side, 1, 0.5) ? c >> 16 : c & 0xFFFF;
       if (q == NIL) {
         d.p = int(p), d.side = side, d.q = int(NIL);
