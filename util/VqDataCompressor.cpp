@@ -202,7 +202,7 @@ inline int StayAtEnd(int q, int p) {
 }
 
 // Both children of a node in one load: left in the low half, right in the high half.
-inline std::uint32_t LoadChildren(const Link (*kids)[2], int node) {
+inline std::uint32_t LoadChildren(const Link (*kids)[2], std::size_t node) {
   if constexpr (std::endian::native == std::endian::little) {
     std::uint32_t pair;
     std::memcpy(&pair, kids[node], sizeof pair);
@@ -322,53 +322,150 @@ inline bool BeginTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
   return false;
 }
 
+// Runs a descent to its end as FinishDescent does, for a key that has met a node agreeing
+// with it in nine bytes or more, so that the nodes below likely do as well: a level at a
+// time in a loop that compares key bytes 1 to 16 as two words without a branch, leaving only
+// the nodes agreeing with the key in all sixteen to StepDown.
+inline void FinishLong(const Tree& t, int r, Descent& d) {
+  constexpr std::uint32_t NIL = CLZSS_Compressor::NIL;
+  const unsigned char* const text = t.text;
+  Link (*const kids)[2] = t.kids;
+  std::uint32_t p = std::uint32_t(d.q);
+  if (p != NIL) {
+    const std::uint64_t k1 = d.key1, k2 = LoadBigEndian64(d.key + 9);
+    std::uint32_t best = (std::uint32_t(d.length) << 16) | std::uint32_t(d.position);
+    for (;;) {
+      const std::uint32_t c = LoadChildren(kids, p);
+      const std::uint64_t n1 = LoadBigEndian64(&text[std::size_t(p) + 1]);
+      const std::uint64_t n2 = LoadBigEndian64(&text[std::size_t(p) + 9]);
+      const std::uint64_t x1 = k1 ^ n1, x2 = k2 ^ n2;
+      if (__builtin_expect((x1 | x2) == 0, 0)) {
+        d.q = int(p);
+        d.length = int(best >> 16), d.position = int(best & 0xFFFF);
+        FinishDescent(t, r, d);
+        return;
+      }
+      // The first differing byte: in bytes 1 to 8, or else in bytes 9 to 16.
+      const bool low = x1 == 0;
+      const std::uint64_t x = low ? x2 : x1;
+      const std::uint32_t l = std::uint32_t((low ? 9 : 1) + (std::countl_zero(x) >> 3)) << 16;
+      best = l > best ? l | p : best;
+      const bool side = low ? k2 > n2 : k1 > n1;
+      const std::uint32_t q = __builtin_expect_with_probability(side, 1, 0.5) ? c >> 16 : c & 0xFFFF;
+      if (q == NIL) {
+        d.p = int(p), d.side = side, d.q = int(NIL);
+        break;
+      }
+      p = q;
+    }
+    d.length = int(best >> 16), d.position = int(best & 0xFFFF);
+  }
+  t.kids[d.p][d.side] = Link(r);
+  t.dad[r] = Link(d.p);
+}
+
+// The index (0 to 7, from the least significant) of the highest nonzero byte of x, which
+// is not 0: for x the difference of two big-endian words, 7 less the number of bytes in
+// which they agree. A smaller index is a longer match.
+inline std::uint32_t TopByte(std::uint64_t x) { return std::uint32_t(63 ^ std::countl_zero(x)) >> 3; }
+
+// Makes (nodeTop, node) the best match (top, at) when its match is strictly longer, so
+// that the first node met with the longest match is the one kept: one compare for both
+// moves.
+inline void KeepBest(std::uint32_t nodeTop, std::uint32_t node, std::uint32_t& top, std::uint32_t& at) {
+#if defined(__x86_64__) && defined(__GNUC__)
+  asm("cmpl %[t], %[top]\n\tcmova %[n], %[at]\n\tcmova %[t], %[top]"
+      : [top] "+r"(top), [at] "+r"(at)
+      : [t] "r"(nodeTop), [n] "r"(node)
+      : "cc");
+#else
+  const bool better = nodeTop < top;
+  at = better ? node : at;
+  top = better ? nodeTop : top;
+#endif
+}
+
+// Runs a descent to its end as FinishDescent does, a level at a time in a tight loop that
+// hands a key agreeing with a node in nine bytes or more to FinishLong.
+inline void FinishQuick(const Tree& t, int r, Descent& d) {
+  constexpr std::uint32_t NIL = CLZSS_Compressor::NIL;
+  const unsigned char* const text = t.text;
+  Link (*const kids)[2] = t.kids;
+  std::uint32_t p = std::uint32_t(d.q);
+  if (p != NIL) {
+    const std::uint64_t k = d.key1;
+    // The best match so far as the top byte index of its difference: 8 for none yet, or
+    // a match in more than eight bytes, which nothing in this loop can beat.
+    std::uint32_t bestTop = d.length > 8 ? 0 : 8 - std::uint32_t(d.length);
+    std::uint32_t bestAt = std::uint32_t(d.position);
+    const bool already = d.length > 8;
+    for (;;) {
+      // Each child in a load of its own: loads are cheaper here than the operations
+      // that would take one pair apart.
+      const std::uint32_t c = LoadChildren(kids, p), left = c & 0xFFFF, right = c >> 16;
+      const std::uint64_t n = LoadBigEndian64(&text[std::size_t(p) + 1]);
+      const std::uint64_t x = k ^ n;
+      if (__builtin_expect(x == 0, 0)) {
+        d.q = int(p);
+        if (!already) d.length = int(8 - bestTop), d.position = int(bestAt);
+        FinishLong(t, r, d);
+        return;
+      }
+      KeepBest(TopByte(x), p, bestTop, bestAt);
+      const bool side = k > n;
+      const std::uint32_t q = __builtin_expect_with_probability(side, 1, 0.5) ? right : left;
+      if (q == NIL) {
+        d.p = int(p), d.side = side, d.q = int(NIL);
+        break;
+      }
+      p = q;
+    }
+    if (!already) d.length = int(8 - bestTop), d.position = int(bestAt);
+  }
+  t.kids[d.p][d.side] = Link(r);
+  t.dad[r] = Link(d.p);
+}
+
 // Inserts two strings that belong to different trees (their first bytes differ), going
 // down both in step: each level of one waits on its loads while the other's go on. The
-// loop holds each descent in four registers (node, its children, key bytes 1 to 8, best
-// match as length << 16 | position) and leaves the rare keys that agree with a node in
-// their first nine bytes to StepDown.
+// loop holds each descent in a few registers (node, key bytes 1 to 8, best match) and
+// runs until one of them ends or is to compare a node that agrees with its key in nine
+// bytes or more; each then goes on alone.
 inline void InsertTwo(const Tree& t, int r1, Descent& a, int r2, Descent& b) {
-  constexpr int NIL = CLZSS_Compressor::NIL;
+  constexpr std::uint32_t NIL = CLZSS_Compressor::NIL;
   const unsigned char* const text = t.text;
   Link (*const kids)[2] = t.kids;
   if (!BeginTwo(t, r1, a, r2, b)) return;
-  int pa = a.q, pb = b.q;  // the nodes to compare next
-  std::uint32_t ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+  // Unsigned indices: no sign extension between a load and the next address.
+  std::uint32_t pa = std::uint32_t(a.q), pb = std::uint32_t(b.q);  // the nodes to compare next
   const std::uint64_t ka = a.key1, kb = b.key1;
-  std::uint32_t besta = 0, bestb = 0;
+  std::uint32_t topA = 8, topB = 8, atA = 0, atB = 0;  // the best matches, as in FinishQuick
   for (;;) {
-    const std::uint64_t na = LoadBigEndian64(&text[pa + 1]);
-    const std::uint64_t nb = LoadBigEndian64(&text[pb + 1]);
-    if (__builtin_expect(na == ka || nb == kb, 0)) break;
-    const int sa = ka > na, sb = kb > nb;
-    const std::uint32_t la = std::uint32_t(1 + (std::countl_zero(ka ^ na) >> 3)) << 16;
-    const std::uint32_t lb = std::uint32_t(1 + (std::countl_zero(kb ^ nb) >> 3)) << 16;
-    // Strictly longer only: a position below 2^16 keeps an equal length from winning.
-    besta = la > besta ? la | std::uint32_t(pa) : besta;
-    bestb = lb > bestb ? lb | std::uint32_t(pb) : bestb;
-    const int qa = __builtin_expect_with_probability(sa, 1, 0.5) ? int(ca >> 16) : int(ca & 0xFFFF);
-    const int qb = __builtin_expect_with_probability(sb, 1, 0.5) ? int(cb >> 16) : int(cb & 0xFFFF);
-    // NIL is the only index with bit 12 set: one test for both descents' ends.
-    if ((qa & qb & NIL) != 0) {
-      a.p = pa, a.side = sa, a.q = qa;
-      b.p = pb, b.side = sb, b.q = qb;
-      a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
-      b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
-      FinishTwo(t, r1, a, r2, b);
-      return;
+    const std::uint32_t ca = LoadChildren(kids, pa), leftA = ca & 0xFFFF, rightA = ca >> 16;
+    const std::uint32_t cb = LoadChildren(kids, pb), leftB = cb & 0xFFFF, rightB = cb >> 16;
+    const std::uint64_t na = LoadBigEndian64(&text[std::size_t(pa) + 1]);
+    const std::uint64_t nb = LoadBigEndian64(&text[std::size_t(pb) + 1]);
+    const std::uint64_t xa = ka ^ na, xb = kb ^ nb;
+    if (__builtin_expect(xa == 0, 0)) break;
+    if (__builtin_expect(xb == 0, 0)) break;
+    KeepBest(TopByte(xa), pa, topA, atA);
+    KeepBest(TopByte(xb), pb, topB, atB);
+    const bool sa = ka > na, sb = kb > nb;
+    const std::uint32_t qa = __builtin_expect_with_probability(sa, 1, 0.5) ? rightA : leftA;
+    const std::uint32_t qb = __builtin_expect_with_probability(sb, 1, 0.5) ? rightB : leftB;
+    if (((qa | qb) & NIL) != 0) {  // NIL is the only index with bit 12 set
+      a.p = int(pa), a.side = sa;
+      b.p = int(pb), b.side = sb;
+      pa = qa, pb = qb;
+      break;
     }
-    // A descent that has reached its leaf waits there for the other: comparing the same
-    // node again changes nothing, and the loop leaves once, when both are done.
-    pa = StayAtEnd(qa, pa);
-    pb = StayAtEnd(qb, pb);
-    ca = LoadChildren(kids, pa), cb = LoadChildren(kids, pb);
+    pa = qa, pb = qb;
   }
-  // A key agrees with its node in nine bytes or more: both descents go on one step at a
-  // time from the nodes they were about to compare.
-  a.q = pa, b.q = pb;
-  a.length = int(besta >> 16), a.position = int(besta & 0xFFFF);
-  b.length = int(bestb >> 16), b.position = int(bestb & 0xFFFF);
-  FinishTwo(t, r1, a, r2, b);
+  a.q = int(pa), b.q = int(pb);
+  a.length = int(8 - topA), a.position = int(atA);
+  b.length = int(8 - topB), b.position = int(atB);
+  FinishQuick(t, r1, a);
+  FinishQuick(t, r2, b);
 }
 
 // InsertTwo for incompressible data, where nearly every key parts from every node at
@@ -537,7 +634,7 @@ struct TreeRunner {
   void InsertOne(std::uint64_t k) {
     Descent d;
     BeginDescent(tree, r, d);
-    FinishDescent(tree, r, d);
+    FinishQuick(tree, r, d);
     matches[k % kMatchRing] = Code(d);
   }
 

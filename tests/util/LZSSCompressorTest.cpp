@@ -130,6 +130,19 @@ TEST(LZSSCompressor, RoundTripsAcrossBoundaries) {
       // Neighbouring positions often start alike, so the coder's batched tree work has to
       // fall back to one position at a time now and then.
       {"sixteen letters", [](size_t n, unsigned s) { return Random(n, s, 16); }},
+      // Records sharing a long head and parting anywhere in the look-ahead: keys agree
+      // with the nodes they meet in eight, nine to sixteen, seventeen or all eighteen bytes.
+      {"records with long shared heads", [](size_t n, unsigned s) {
+         std::mt19937 rng(s);
+         Bytes b;
+         while (b.size() < n) {
+           static const char head[] = "well A01 run 0017 peak ";
+           b.insert(b.end(), head, head + 6 + rng() % 17);
+           for (unsigned i = rng() % 6; i > 0; --i) b.push_back(static_cast<unsigned char>('0' + rng() % 3));
+         }
+         b.resize(n);
+         return b;
+       }},
       // Incompressible stretches switch the coder to its descent for random data and back.
       {"random and text in turns", [](size_t n, unsigned s) {
          Bytes b;
