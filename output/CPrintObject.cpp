@@ -3,7 +3,10 @@
 // jobs; the status display and its cancel.
 #include "zevutil/CPrintObject.h"
 
+#include <algorithm>
 #include <new>
+#include <utility>
+#include <vector>
 
 #include "zevutil/SafeString.h"
 
@@ -12,11 +15,33 @@ namespace zev {
 namespace {
 constexpr char kDefaultTitle[] = "ZEV Report";
 constexpr UINT kViewMaxPage = 9999;  // the host's page count is not known in advance
+
+// The jobs of this thread whose status display is up, by the output information they
+// print into. Objects embedded in such a job start its pages through handlers of their
+// own; they find the job here so that their pages reach the same display.
+std::vector<std::pair<const COutputInfo*, CPrintObject*>>& StatusJobs() {
+  thread_local std::vector<std::pair<const COutputInfo*, CPrintObject*>> jobs;
+  return jobs;
+}
+
+CPrintObject* FindStatusJob(const COutputInfo* info) {
+  const auto& jobs = StatusJobs();
+  // The latest first: an info is only reused after its job has ended.
+  for (auto it = jobs.rbegin(); it != jobs.rend(); ++it)
+    if (it->first == info) return it->second;
+  return nullptr;
+}
+
+void ForgetStatusJob(const CPrintObject* job) {
+  auto& jobs = StatusJobs();
+  jobs.erase(std::remove_if(jobs.begin(), jobs.end(), [job](const auto& j) { return j.second == job; }), jobs.end());
+}
 }  // namespace
 
 CPrintObject::CPrintObject() = default;
 
 CPrintObject::~CPrintObject() {
+  if (m_bStatusShown) ForgetStatusJob(this);
   delete m_pPrintHandler;
   delete m_pObjectDef;
 }
@@ -145,6 +170,8 @@ int CPrintObject::StartPrintEmbeddedObject(const CPageFormatDef& format, const C
   m_pObjectDef = def.CreateClone();
   OnInitializeOutputObject();
   m_pPrintHandler->StartPrintOutput(m_pageFormat, info);
+  // The pages this object starts are pages of the host's job: they show on its display.
+  m_pPrintHandler->SetStatusJob(FindStatusJob(info));
   int bNewPageFirst = 0;
   OnStartOutput(info, bNewPageFirst);
   m_bNewPageFirst = bNewPageFirst;
@@ -152,7 +179,10 @@ int CPrintObject::StartPrintEmbeddedObject(const CPageFormatDef& format, const C
 }
 
 int CPrintObject::EndPrintEmbeddedObject() {
-  return m_pPrintHandler ? m_pPrintHandler->EndPrintEmbeddedOutput() : 0;
+  if (!m_pPrintHandler) return 0;
+  const int ok = m_pPrintHandler->EndPrintEmbeddedOutput();
+  m_pPrintHandler->SetStatusJob(nullptr);
+  return ok;
 }
 
 void CPrintObject::KeepJobFigures() {
@@ -436,6 +466,8 @@ void CPrintObject::CreateStatusDlg() {
   status.job = this;
   NotifyPrintStatus(status);
   m_pPrintHandler->SetStatusJob(this);
+  ForgetStatusJob(this);
+  StatusJobs().emplace_back(info, this);
   m_bStatusShown = true;
 }
 
@@ -446,6 +478,7 @@ void CPrintObject::DeleteStatusDlg(CWnd*) {
   status.job = this;
   NotifyPrintStatus(status);
   if (m_pPrintHandler) m_pPrintHandler->SetStatusJob(nullptr);
+  ForgetStatusJob(this);
   m_bStatusShown = false;
 }
 

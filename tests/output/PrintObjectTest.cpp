@@ -219,6 +219,83 @@ TEST_F(PrintJob, StatusDisplayAndCancel) {
   EXPECT_LT(obj.asked, 2 * kLinesPerPage + 1);
 }
 
+// A document made of objects printed embedded in its job, each starting its pages
+// through a handler of its own: every page reaches the document's status display.
+class PartsDocument : public CPrintObject {
+ public:
+  std::vector<LinesObject*> parts;
+  int GetTextOutput(COutputInfo*, CString& text) override {
+    text.Empty();
+    return 0;
+  }
+  int DoObjectPrintout() override {
+    COutputInfo* info = GetOutputInfoPtr();
+    for (LinesObject* part : parts) {
+      info->m_bNewPageNeeded = 1;
+      if (!part->PrintEmbeddedObject(m_pageFormat, CObjectOutputDef(), info)) return 0;
+    }
+    return IsOutputCancelled() ? 0 : 1;
+  }
+};
+
+TEST_F(PrintJob, EmbeddedPartsShowTheirPagesOnTheDocumentsStatus) {
+  struct Case {
+    const char* name;
+    std::vector<int> partLines;
+    std::string cancelAt;  // the user cancels when this page shows
+    std::vector<std::string> pages;
+    int result;
+  };
+  const std::vector<Case> cases = {
+      {"three parts", {300, 10, 600}, "", {"Page 1", "Page 2", "Page 3", "Page 4", "Page 5", "Page 6"}, 1},
+      {"cancel in the second part", {300, 600}, "Page 3", {"Page 1", "Page 2", "Page 3"}, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    log->Clear();
+    std::vector<std::string> events;
+    std::vector<const void*> jobs;
+    auto old = SetPrintStatusHandler([&](const PrintStatusInfo& s) {
+      jobs.push_back(s.job);
+      if (s.event == PrintStatusEvent::Open) {
+        events.push_back("open");
+      } else if (s.event == PrintStatusEvent::Page) {
+        events.push_back(s.page);
+        if (c.cancelAt == s.page) *s.cancelFlag = 1;
+      } else {
+        events.push_back("close");
+      }
+    });
+    std::vector<LinesObject> objects(c.partLines.size());
+    PartsDocument doc;
+    for (size_t i = 0; i < objects.size(); ++i) {
+      objects[i].lines = Numbered(c.partLines[i]);
+      doc.parts.push_back(&objects[i]);
+    }
+    doc.SetPrintFromView(1, nullptr, "report");
+    EXPECT_EQ(doc.PrintObject(fmt, CObjectOutputDef()), c.result);
+    SetPrintStatusHandler(old);
+
+    std::vector<std::string> expected = {"open"};
+    expected.insert(expected.end(), c.pages.begin(), c.pages.end());
+    expected.push_back("close");
+    EXPECT_EQ(events, expected);
+    for (const void* job : jobs) EXPECT_EQ(job, static_cast<const void*>(&doc));
+    if (c.result) {
+      EXPECT_EQ(log->startPage, int(c.pages.size()));
+    }
+
+    // The display went down with the job: the parts printed on their own report nothing.
+    events.clear();
+    auto quiet = SetPrintStatusHandler([&](const PrintStatusInfo&) { events.push_back("event"); });
+    LinesObject alone;
+    alone.lines = Numbered(300);
+    EXPECT_EQ(Run(alone), 1);
+    SetPrintStatusHandler(quiet);
+    EXPECT_TRUE(events.empty());
+  }
+}
+
 TEST_F(PrintJob, UnknownPrinterFailsWithItsName) {
   std::string box;
   auto old = SetMessageBoxHandler([&](HWND, const char* text, const char*, UINT) {

@@ -293,6 +293,26 @@ TEST_F(ReportCommand, SeveralTracesInOneDocument) {
   EXPECT_FALSE(fs::exists(png / "page-3.png"));
 }
 
+// The status of a report of several parts on a terminal (util-linux's script gives the
+// program one): every page of the document, in order, not only its start and end.
+TEST_F(ReportCommand, StatusShowsEveryPageOfTheDocument) {
+  if (Shell("command -v script").empty()) GTEST_SKIP() << "script (util-linux) is not installed";
+  const fs::path pdf = dir / "status.pdf";
+  const std::string zev = ZEV_BINARY_DIR "/tools/zevutil/zevutil";
+  const std::string cmd = "DISPLAY= script -qec \"'" + zev + "' report '" + k3730 + "' '" + kTraces +
+                          "bioperl_chad100.scf' --header --trimming --table --dialog --pdf '" + pdf.string() +
+                          "'\" /dev/null </dev/null 2>&1";
+  const std::string out = Shell(cmd);
+  const int pages = PageCount(pdf);
+  ASSERT_GT(pages, 3) << out;
+  std::vector<std::string> shown, want;
+  const std::regex page(R"(zevutil report: (Page \d+))");
+  for (auto it = std::sregex_iterator(out.begin(), out.end(), page); it != std::sregex_iterator(); ++it)
+    shown.push_back((*it)[1]);
+  for (int i = 1; i <= pages; ++i) want.push_back("Page " + std::to_string(i));
+  EXPECT_EQ(shown, want) << out;
+}
+
 TEST_F(ReportCommand, BadInput) {
   const std::string good = k3730;
   const std::string empty = WriteFile(dir / "empty.scf", "");
