@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <memory>
 
 #include "zevutil/CPrintHandler.h"
@@ -162,12 +163,13 @@ int CBaseSequenceOutputObject::ExportToQualityFile(const CString& path, const CS
     CString line = title;
     line += "\n";
     file->WriteString(line);
+    // One walk down the list: index i is the i-th node, and past the tail there is none.
+    POSITION pos = m_pSequence->GetHeadPosition();
+    char value[512];  // room for any double in %3.0f
     for (int i = 0; i < m_nBaseCount; ++i) {
-      POSITION pos = nullptr;
-      const CCalledBase* base = m_pSequence->FindBaseIndex(i, pos);
+      const CCalledBase* base = pos ? m_pSequence->CBaseSequence::BaseList::GetNext(pos) : nullptr;
       if (base) {
-        CString value;
-        value.Format("%3.0f ", double(base->m_fQualityValue));
+        std::snprintf(value, sizeof value, "%3.0f ", double(base->m_fQualityValue));
         file->WriteString(value);
       }
       // The break counts indices, not values written, so a missing base keeps it in place.

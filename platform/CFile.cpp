@@ -132,6 +132,7 @@ static void FillStatusFromStat(const host::FileStatInfo& info, CFileStatus& stat
 
 BOOL CFile::GetStatus(CFileStatus& status) const {
   host::FileStatInfo info;
+  if (m_hFile >= 0) WritePendingQuietly();
   if (m_hFile < 0 || !host::FileStatFd(m_hFile, info, nullptr)) return FALSE;
   FillStatusFromStat(info, status);
   if (!(m_bNameHasNoLinks && host::FullPathWithoutLinks(m_strFileName, status.m_szFullName, sizeof status.m_szFullName)) &&
@@ -278,9 +279,140 @@ void CMemFile::SetLength(ULONGLONG newLength) {
 
 // ---- CStdioFile ----
 
+CStdioFile::~CStdioFile() {
+  if (m_hFile >= 0 && m_bCloseOnDelete) Abort();
+}
+
 BOOL CStdioFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
+  if (m_hFile >= 0) Abort();
+  m_mode = BufferMode::idle;
+  m_nBufUsed = m_nBufPos = 0;
   m_bText = (openFlags & typeBinary) == 0;
   return CFile::Open(fileName, openFlags & ~UINT(typeText | typeBinary), error);
+}
+
+bool CStdioFile::EnsureBuffer() {
+  if (!m_pBuffer) m_pBuffer.reset(new (std::nothrow) char[kBufferSize]);
+  return m_pBuffer != nullptr;
+}
+
+bool CStdioFile::WritePending(int* err) const {
+  if (m_mode != BufferMode::writing) return true;
+  const UINT n = m_nBufUsed;
+  m_mode = BufferMode::idle;
+  m_nBufUsed = m_nBufPos = 0;
+  return n == 0 || host::FileWrite(m_hFile, m_pBuffer.get(), n, err) >= 0;
+}
+
+void CStdioFile::WritePendingQuietly() const {
+  if (m_mode != BufferMode::writing || m_nBufUsed == 0) return;
+  // On failure the bytes stay held, so that Close still reports the error.
+  if (host::FileWrite(m_hFile, m_pBuffer.get(), m_nBufUsed, nullptr) < 0) return;
+  m_mode = BufferMode::idle;
+  m_nBufUsed = m_nBufPos = 0;
+}
+
+void CStdioFile::EndBufferedSpell() {
+  if (m_mode == BufferMode::writing) {
+    int err = 0;
+    if (!WritePending(&err)) AfxThrowFileException(CFileException::OsErrorToException(err), err, m_strFileName);
+  } else if (m_mode == BufferMode::reading) {
+    const UINT unread = m_nBufUsed - m_nBufPos;
+    m_mode = BufferMode::idle;
+    m_nBufUsed = m_nBufPos = 0;
+    int err = 0;
+    if (unread && host::FileSeek(m_hFile, -std::int64_t(unread), current, &err) < 0)
+      AfxThrowFileException(CFileException::badSeek, err, m_strFileName);
+  }
+}
+
+void CStdioFile::Close() {
+  if (m_hFile < 0) return;
+  int err = 0;
+  const bool written = WritePending(&err);
+  m_mode = BufferMode::idle;
+  m_nBufUsed = m_nBufPos = 0;
+  if (!written) {
+    CFile::Abort();
+    AfxThrowFileException(CFileException::OsErrorToException(err), err, m_strFileName);
+  }
+  CFile::Close();
+}
+
+void CStdioFile::Abort() {
+  if (m_hFile >= 0) WritePending(nullptr);
+  m_mode = BufferMode::idle;
+  m_nBufUsed = m_nBufPos = 0;
+  CFile::Abort();
+}
+
+void CStdioFile::Write(const void* buf, UINT count) {
+  if (count == 0) return;
+  if (m_hFile < 0) AfxThrowFileException(CFileException::invalidFile, -1, m_strFileName);
+  if (m_mode == BufferMode::reading) EndBufferedSpell();
+  if (m_mode == BufferMode::writing && m_nBufUsed + count > kBufferSize) EndBufferedSpell();
+  if (count >= kBufferSize || !EnsureBuffer()) {
+    CFile::Write(buf, count);
+    return;
+  }
+  m_mode = BufferMode::writing;
+  std::memcpy(m_pBuffer.get() + m_nBufUsed, buf, count);
+  m_nBufUsed += count;
+}
+
+UINT CStdioFile::Read(void* buf, UINT count) {
+  if (count == 0) return 0;
+  if (m_hFile < 0) AfxThrowFileException(CFileException::invalidFile, -1, m_strFileName);
+  if (m_mode == BufferMode::writing) EndBufferedSpell();
+  char* out = static_cast<char*>(buf);
+  UINT done = 0;
+  if (m_mode == BufferMode::reading) {
+    done = std::min(count, m_nBufUsed - m_nBufPos);
+    std::memcpy(out, m_pBuffer.get() + m_nBufPos, done);
+    m_nBufPos += done;
+    if (done == count) return done;
+    m_mode = BufferMode::idle;
+    m_nBufUsed = m_nBufPos = 0;
+  }
+  const UINT rest = count - done;
+  if (rest >= kBufferSize || !EnsureBuffer()) return done + CFile::Read(out + done, rest);
+  const UINT got = CFile::Read(m_pBuffer.get(), kBufferSize);
+  const UINT n = std::min(rest, got);
+  std::memcpy(out + done, m_pBuffer.get(), n);
+  if (got > n) {
+    m_mode = BufferMode::reading;
+    m_nBufUsed = got;
+    m_nBufPos = n;
+  }
+  return done + n;
+}
+
+ULONGLONG CStdioFile::Seek(LONGLONG offset, UINT from) {
+  if (m_hFile >= 0) EndBufferedSpell();
+  return CFile::Seek(offset, from);
+}
+
+ULONGLONG CStdioFile::GetPosition() const {
+  const ULONGLONG system = CFile::GetPosition();
+  if (m_mode == BufferMode::writing) return system + m_nBufUsed;
+  if (m_mode == BufferMode::reading) return system - (m_nBufUsed - m_nBufPos);
+  return system;
+}
+
+ULONGLONG CStdioFile::GetLength() const {
+  const ULONGLONG length = CFile::GetLength();
+  if (m_mode != BufferMode::writing) return length;
+  return std::max(length, CFile::GetPosition() + m_nBufUsed);
+}
+
+void CStdioFile::SetLength(ULONGLONG newLength) {
+  if (m_hFile >= 0) EndBufferedSpell();
+  CFile::SetLength(newLength);
+}
+
+void CStdioFile::Flush() {
+  if (m_hFile >= 0) EndBufferedSpell();
+  CFile::Flush();
 }
 
 void CStdioFile::WriteString(const char* text) {
@@ -289,12 +421,15 @@ void CStdioFile::WriteString(const char* text) {
     Write(text, UINT(std::strlen(text)));
     return;
   }
-  CString out;
-  for (const char* p = text; *p; ++p) {
-    if (*p == '\n') out += '\r';
-    out += *p;
+  // Each run up to a "\n" goes out as it is, the "\n" as "\r\n".
+  for (const char* p = text;;) {
+    const char* nl = std::strchr(p, '\n');
+    const std::size_t run = nl ? std::size_t(nl - p) : std::strlen(p);
+    if (run) Write(p, UINT(run));
+    if (!nl) break;
+    Write("\r\n", 2);
+    p = nl + 1;
   }
-  Write(out.GetString(), UINT(out.GetLength()));
 }
 
 char* CStdioFile::ReadString(char* buf, UINT max) {

@@ -1,7 +1,9 @@
 // CFile on disk, CMemFile in memory, and the archive over each.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -183,4 +185,174 @@ TEST(CArchive, UseAfterCloseThrowsInsteadOfWriting) {
     }
   }
   EXPECT_EQ(m.GetLength(), 4u);
+}
+
+namespace {
+std::string FileBytes(const std::string& path) {
+  CFile f(path.c_str(), CFile::modeRead);
+  std::string s(size_t(f.GetLength()), '\0');
+  if (!s.empty()) f.Read(s.data(), UINT(s.size()));
+  return s;
+}
+}  // namespace
+
+// The stdio file holds writes and reads ahead; each case mixes the calls that must see
+// through that buffer and checks what they report and what lands in the file.
+TEST(CStdioFile, BufferedCallsSeeTheFileAsWritten) {
+  const std::string big(10000, 'x');
+  struct Case {
+    const char* name;
+    const char* seed;  // file content before the case opens it
+    std::function<std::string(CStdioFile&)> act;
+    std::string log;
+    std::string bytes;
+  };
+  const std::vector<Case> cases = {
+      {"write then seek back and overwrite", "",
+       [](CStdioFile& f) {
+         f.WriteString("hello world");
+         std::string log = std::to_string(f.Seek(6, CFile::begin));
+         f.WriteString("there");
+         return log + "," + std::to_string(f.GetPosition());
+       },
+       "6,11", "hello there"},
+      {"length and position count held bytes", "0123456789",
+       [](CStdioFile& f) {
+         f.WriteString("ab");
+         std::string log = std::to_string(f.GetPosition()) + "," + std::to_string(f.GetLength());
+         f.SeekToEnd();
+         f.WriteString("XYZ");
+         return log + "," + std::to_string(f.GetPosition()) + "," + std::to_string(f.GetLength());
+       },
+       "2,10,13,13", "ab23456789XYZ"},
+      {"read back what was just written", "",
+       [](CStdioFile& f) {
+         f.WriteString("one\ntwo\n");
+         f.SeekToBegin();
+         CString line;
+         std::string log;
+         for (int i = 0; i < 3; ++i) {
+           const BOOL got = f.ReadString(line);
+           log += std::to_string(got) + std::string(line);
+         }
+         return log;
+       },
+       "1one1two0", "one\ntwo\n"},
+      {"write after a read lands at the read position", "line1\nline2\nline3\n",
+       [](CStdioFile& f) {
+         CString a;
+         f.ReadString(a);
+         std::string log = std::string(a) + "," + std::to_string(f.GetPosition());
+         f.WriteString("LINE2");
+         return log + "," + std::to_string(f.GetPosition());
+       },
+       "line1,6,11", "line1\nLINE2\nline3\n"},
+      {"read at the end of what was written finds nothing", "",
+       [](CStdioFile& f) {
+         f.WriteString("abc");
+         char buf[8];
+         return std::string(f.ReadString(buf, sizeof buf) ? "line" : "end") + std::to_string(f.GetLength());
+       },
+       "end3", "abc"},
+      {"a write bigger than the buffer keeps its place among small ones", "",
+       [&big](CStdioFile& f) {
+         f.WriteString("<");
+         f.WriteString(big.c_str());
+         f.WriteString(">");
+         return std::to_string(f.GetLength());
+       },
+       "10002", "<" + big + ">"},
+      {"status after a held write sees its size", "",
+       [](CStdioFile& f) {
+         f.WriteString("12345");
+         CFileStatus st;
+         const BOOL ok = f.GetStatus(st);
+         return std::to_string(ok) + "," + std::to_string(st.m_size);
+       },
+       "1,5", "12345"},
+      {"set length after a held write", "",
+       [](CStdioFile& f) {
+         f.WriteString("abcdef");
+         f.SetLength(3);
+         return std::to_string(f.GetLength());
+       },
+       "3", "abc"},
+  };
+  const std::string path = TempPath("stdio.txt");
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    {
+      CFile seed(path.c_str(), CFile::modeCreate | CFile::modeWrite);
+      seed.Write(c.seed, UINT(std::strlen(c.seed)));
+    }
+    std::string log;
+    {
+      CStdioFile f;
+      ASSERT_TRUE(f.Open(path.c_str(), CFile::modeReadWrite | CFile::modeNoTruncate | CFile::modeCreate | CFile::typeBinary));
+      log = c.act(f);
+    }  // the destructor hands the held bytes over
+    EXPECT_EQ(log, c.log);
+    EXPECT_EQ(FileBytes(path), c.bytes);
+  }
+}
+
+TEST(CStdioFile, TextModeAndBigReadsGoThroughTheBuffer) {
+  const std::string path = TempPath("stdio_text.txt");
+  {
+    CStdioFile f;
+    ASSERT_TRUE(f.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite | CFile::typeText));
+    f.WriteString("a\nb\n\nc");
+    f.Close();
+  }
+  EXPECT_EQ(FileBytes(path), "a\r\nb\r\n\r\nc");
+  CStdioFile f;
+  ASSERT_TRUE(f.Open(path.c_str(), CFile::modeRead | CFile::typeText));
+  CString line;
+  std::vector<std::string> lines;
+  while (f.ReadString(line)) lines.emplace_back(line);
+  EXPECT_EQ(lines, (std::vector<std::string>{"a", "b", "", "c"}));
+  // A read mixing held bytes with a direct one returns them in order.
+  f.SeekToBegin();
+  char first[2] = {};
+  ASSERT_EQ(f.Read(first, 1), 1u);
+  std::string rest(9000, '\0');
+  EXPECT_EQ(f.Read(rest.data(), UINT(rest.size())), 8u);
+  EXPECT_EQ(std::string(first) + rest.substr(0, 8), "a\r\nb\r\n\r\nc");
+}
+
+// A write the system refuses (a full device) surfaces at Flush, at Close, or is
+// dropped quietly by Abort and the destructor.
+TEST(CStdioFile, HeldWriteErrorsSurfaceAtFlushAndClose) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no full device";
+  const std::vector<std::pair<const char*, std::function<void(CStdioFile&)>>> throwing = {
+      {"Flush", [](CStdioFile& f) { f.Flush(); }},
+      {"Close", [](CStdioFile& f) { f.Close(); }},
+      {"Seek", [](CStdioFile& f) { f.SeekToBegin(); }},
+  };
+  for (const auto& [name, call] : throwing) {
+    SCOPED_TRACE(name);
+    CStdioFile f;
+    ASSERT_TRUE(f.Open("/dev/full", CFile::modeWrite));
+    f.WriteString("data");
+    try {
+      call(f);
+      ADD_FAILURE() << "no exception";
+    } catch (CFileException* e) {
+      EXPECT_EQ(e->m_cause, CFileException::diskFull);
+      EXPECT_STREQ(e->m_strFileName, "/dev/full");
+      e->Delete();
+    }
+    f.Abort();
+    EXPECT_FALSE(f.IsOpen());
+  }
+  CStdioFile quiet;
+  ASSERT_TRUE(quiet.Open("/dev/full", CFile::modeWrite));
+  quiet.WriteString("data");
+  quiet.Abort();  // never throws
+  EXPECT_FALSE(quiet.IsOpen());
+  {
+    CStdioFile dropped;
+    ASSERT_TRUE(dropped.Open("/dev/full", CFile::modeWrite));
+    dropped.WriteString("data");
+  }  // nor does the destructor
 }

@@ -4,6 +4,8 @@
 #include "zevutil/platform/CException.h"
 #include "zevutil/platform/CTime.h"
 
+#include <memory>
+
 namespace zev {
 
 struct CFileStatus {
@@ -67,6 +69,10 @@ class CFile : public CObject {
   BOOL m_bCloseOnDelete = FALSE;
   CString m_strFileName;
   bool m_bNameHasNoLinks = false;  // the open looked the name up without following a link
+
+  // Hands bytes a derived class still holds to the system before the status is read;
+  // quiet, as a status query never throws.
+  virtual void WritePendingQuietly() const {}
 };
 
 // A file in memory: grows by the grow step (0 means a fixed, caller-given buffer).
@@ -111,12 +117,16 @@ class CMemFile : public CFile {
   BOOL m_bAutoDelete = TRUE;
 };
 
-// A text file read and written by lines.
+// A text file read and written by lines, through a buffer as a stream is: writes reach
+// the system when the buffer fills, on Flush, Seek, SetLength, a read, Close, Abort and
+// destruction; positions and lengths count the bytes still held. A write the system
+// refuses surfaces at the call that hands it over.
 class CStdioFile : public CFile {
   DECLARE_DYNAMIC(CStdioFile)
  public:
   CStdioFile() = default;
   CStdioFile(const char* fileName, UINT openFlags) : CFile(fileName, openFlags) {}
+  ~CStdioFile() override;
   // Writes the text; in text mode "\n" becomes "\r\n".
   virtual void WriteString(const char* text);
   // Reads one line into buf (at most max - 1 characters, the "\n" kept); null at end.
@@ -124,9 +134,34 @@ class CStdioFile : public CFile {
   // Reads one line without its end; false at end of file.
   virtual BOOL ReadString(CString& line);
   BOOL Open(const char* fileName, UINT openFlags, CFileException* error = nullptr) override;
+  void Close() override;
+  void Abort() override;
+  UINT Read(void* buf, UINT count) override;
+  void Write(const void* buf, UINT count) override;
+  ULONGLONG Seek(LONGLONG offset, UINT from) override;
+  ULONGLONG GetLength() const override;
+  void SetLength(ULONGLONG newLength) override;
+  ULONGLONG GetPosition() const override;
+  void Flush() override;
+
+ protected:
+  void WritePendingQuietly() const override;
 
  private:
+  static constexpr UINT kBufferSize = 4096;
+  enum class BufferMode { idle, reading, writing };
+  bool EnsureBuffer();
+  // Writes what the buffer holds; false (buffer emptied, errno in *err) on failure.
+  bool WritePending(int* err) const;
+  // Ends a reading or writing spell: writes what is held (throwing on failure) or
+  // moves the system position back over bytes read ahead and not yet used.
+  void EndBufferedSpell();
+
   bool m_bText = true;
+  mutable std::unique_ptr<char[]> m_pBuffer;
+  mutable BufferMode m_mode = BufferMode::idle;
+  mutable UINT m_nBufUsed = 0;  // bytes held to write, or read ahead
+  mutable UINT m_nBufPos = 0;   // next byte to hand out when reading
 };
 
 }  // namespace zev
