@@ -18,22 +18,42 @@ namespace zevcli {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-// The whole file ("-" is standard input).
-std::string ReadTraceBytes(const std::string& path) {
+// Defined here rather than beside main() so that the trace bridge library carries it.
+std::string ReadWholeFile(const std::string& path) {
   if (path == "-") {
-    std::ostringstream s;
-    s << std::cin.rdbuf();
-    return s.str();
+    std::ostringstream ss;
+    ss << std::cin.rdbuf();
+    return ss.str();
   }
-  std::error_code ec;
-  if (fs::is_directory(path, ec)) throw CommandError("cannot read '" + path + "': it is a folder");
   std::ifstream in(path, std::ios::binary);
   if (!in) throw CommandError("cannot read '" + path + "'");
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  // One read of the known size; a file that is not seekable (a pipe) is read to its end.
+  std::string data;
+  in.seekg(0, std::ios::end);
+  const std::streamoff size = in.tellg();
+  in.seekg(0, std::ios::beg);
+  if (size > 0 && in) {
+    data.resize(static_cast<std::size_t>(size));
+    in.read(data.data(), size);
+    data.resize(static_cast<std::size_t>(in.gcount()));
+    if (in.eof() || in.fail()) in.clear(in.rdstate() & std::ios::badbit);
+  } else {
+    in.clear();
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    data = ss.str();
+  }
   if (in.bad()) throw CommandError("cannot read '" + path + "'");
-  return bytes;
+  return data;
+}
+
+namespace {
+
+// The whole file ("-" is standard input); a folder gets its own message.
+std::string ReadTraceBytes(const std::string& path) {
+  std::error_code ec;
+  if (path != "-" && fs::is_directory(path, ec)) throw CommandError("cannot read '" + path + "': it is a folder");
+  return ReadWholeFile(path);
 }
 
 // The quality of an SCF call: the probability of the called base, the largest of the

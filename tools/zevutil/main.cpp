@@ -15,19 +15,6 @@ int& ExitStatus() {
   return status;
 }
 
-std::string ReadWholeFile(const std::string& path) {
-  if (path == "-") {
-    std::ostringstream ss;
-    ss << std::cin.rdbuf();
-    return ss.str();
-  }
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw CommandError("cannot read '" + path + "'");
-  std::string data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (in.bad()) throw CommandError("cannot read '" + path + "'");
-  return data;
-}
-
 void WriteFileAtomically(const std::string& path, const std::string& bytes) {
   std::string tmp = path + ".tmp" + std::to_string(::getpid());
   {
