@@ -30,17 +30,13 @@ void FillStat(const struct stat& st, FileStatInfo& out) {
   out.atime = st.st_atime;
   out.size = st.st_size;
   out.isDir = S_ISDIR(st.st_mode);
+  out.isRegular = S_ISREG(st.st_mode);
   out.readOnly = (st.st_mode & S_IWUSR) == 0;
 }
 }  // namespace
 
-int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err, bool* noLinks) {
-  int flags = O_CLOEXEC;
-  if (read && write) flags |= O_RDWR;
-  else if (write) flags |= O_WRONLY;
-  else flags |= O_RDONLY;
-  if (create) flags |= O_CREAT;
-  if (truncate) flags |= O_TRUNC;
+namespace {
+int OpenNoLinks(const char* path, int flags, bool create, int* err, bool* noLinks) {
   if (noLinks) *noLinks = false;
   int fd = -1;
 #ifdef ZEV_HAVE_OPENAT2
@@ -55,7 +51,24 @@ int FileOpen(const char* path, bool read, bool write, bool create, bool truncate
   if (fd >= 0 && noLinks) *noLinks = true;
 #endif
   if (fd < 0) fd = ::open(path, flags, 0666);
-  if (fd < 0) { SetErr(err); return -1; }
+  if (fd < 0) SetErr(err);
+  return fd;
+}
+}  // namespace
+
+int FileOpenToRead(const char* path, int* err, bool* noLinks) {
+  return OpenNoLinks(path, O_RDONLY | O_CLOEXEC, false, err, noLinks);
+}
+
+int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err, bool* noLinks) {
+  int flags = O_CLOEXEC;
+  if (read && write) flags |= O_RDWR;
+  else if (write) flags |= O_WRONLY;
+  else flags |= O_RDONLY;
+  if (create) flags |= O_CREAT;
+  if (truncate) flags |= O_TRUNC;
+  int fd = OpenNoLinks(path, flags, create, err, noLinks);
+  if (fd < 0) return -1;
   struct stat st {};
   if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
     ::close(fd);
@@ -78,6 +91,17 @@ std::int64_t FileRead(int fd, void* buf, std::size_t n, int* err) {
     done += std::size_t(r);
   }
   return std::int64_t(done);
+}
+
+std::int64_t FileReadUpTo(int fd, void* buf, std::size_t n, int* err) {
+  for (;;) {
+    ssize_t r = ::read(fd, buf, n);
+    if (r >= 0) return std::int64_t(r);
+    if (errno != EINTR) {
+      SetErr(err);
+      return -1;
+    }
+  }
 }
 
 std::int64_t FileWrite(int fd, const void* buf, std::size_t n, int* err) {

@@ -11,6 +11,7 @@ struct FileStatInfo {
   std::int64_t ctime = 0, mtime = 0, atime = 0;
   std::int64_t size = 0;
   bool isDir = false;
+  bool isRegular = false;
   bool readOnly = false;
 };
 
@@ -18,7 +19,13 @@ struct FileStatInfo {
 // given) tells whether that succeeded, so that the path holds no link at all.
 int FileOpen(const char* path, bool read, bool write, bool create, bool truncate, int* err,
              bool* noLinks = nullptr);
+// Opens path for reading only, as FileOpen does but without its check that path names
+// no folder: for a caller that reads at once, where reading a folder fails with EISDIR.
+int FileOpenToRead(const char* path, int* err, bool* noLinks = nullptr);
 std::int64_t FileRead(int fd, void* buf, std::size_t n, int* err);
+// One read of up to n bytes (retried when interrupted): fewer than asked from a regular
+// file means its end, which saves the read that would give 0.
+std::int64_t FileReadUpTo(int fd, void* buf, std::size_t n, int* err);
 std::int64_t FileWrite(int fd, const void* buf, std::size_t n, int* err);
 std::int64_t FileSeek(int fd, std::int64_t off, int whence, int* err);
 std::int64_t FileSize(int fd, int* err);

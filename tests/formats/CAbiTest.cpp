@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "CAbiTestSupport.h"
+#include "formats/CAbiInternal.h"
 
 using namespace zev;
 using namespace abitest;
@@ -436,5 +437,23 @@ TEST(CAbi, TimeFromStringGivesWhatItAlwaysGave) {
   for (const char* text : texts) {
     SCOPED_TRACE(text);
     EXPECT_EQ(abi.GetTimeFromString(text).GetTime(), -1);
+  }
+}
+
+// The channel interleave against the plain per-value loop, at lengths on both sides of
+// each block size the vector paths use, from channels that start at odd addresses.
+TEST(CAbiInterleave, MatchesValueByValue) {
+  for (std::size_t n : {0, 1, 7, 8, 9, 15, 16, 17, 31, 32, 33, 100, 1029}) {
+    SCOPED_TRACE(n);
+    std::vector<std::uint8_t> bytes(8 * n + 1);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = std::uint8_t(i * 37 + (i >> 8) * 11 + 5);
+    const std::uint8_t* source[4] = {bytes.data() + 1, bytes.data() + 1 + 2 * n, bytes.data() + 1 + 4 * n,
+                                     bytes.data() + 1 + 6 * n};
+    std::vector<AbiTraceRecord> out(n + 1, AbiTraceRecord{{0xDEAD, 0xDEAD, 0xDEAD, 0xDEAD}});
+    abif::InterleaveChannels(source, n, out.data());
+    for (std::size_t j = 0; j < n; ++j)
+      for (int s = 0; s < 4; ++s)
+        ASSERT_EQ(out[j].Slot[s], WORD(source[s][2 * j] << 8 | source[s][2 * j + 1])) << j << " " << s;
+    EXPECT_EQ(out[n].Slot[0], 0xDEAD);  // nothing written past the end
   }
 }

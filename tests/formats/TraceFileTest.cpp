@@ -144,7 +144,9 @@ TEST(TraceFile, FileInMemoryHoldsExactlyEachFile) {
     for (std::size_t i = 0; i < n; ++i) b[i] = BYTE(i * 131 + std::size_t(seed) * 7 + (i >> 9));
     return b;
   };
-  const std::size_t sizes[] = {0, 1, 5000, 300000, 10, 70000};
+  // 17 MiB is more than any buffer the thread keeps, so its first read fills the
+  // buffer and the rest follows the size.
+  const std::size_t sizes[] = {0, 1, 5000, 300000, 10, std::size_t(17) << 20, 70000};
   for (std::size_t k = 0; k < std::size(sizes); ++k) {
     SCOPED_TRACE(sizes[k]);
     const fs::path path = dir / ("whole_" + std::to_string(k));
@@ -168,7 +170,18 @@ TEST(TraceFile, FileInMemoryHoldsExactlyEachFile) {
       EXPECT_TRUE(std::equal(want.begin(), want.end(), file.Data()));
     }
   }
+  // What cannot be taken as a file gives false and leaves nothing open; a file whose
+  // size says 0 (as the system's own files do) holds nothing, whatever it reads as.
+  const std::size_t open = OpenDescriptors();
   tracefile::FileInMemory missing;
   EXPECT_FALSE(missing.Load((dir / "missing.none").c_str(), nullptr));
   EXPECT_EQ(missing.Size(), 0u);
+  tracefile::FileInMemory folder;
+  EXPECT_FALSE(folder.Load(dir.c_str(), nullptr));
+  tracefile::FileInMemory sized0;
+  CFileStatus status;
+  EXPECT_TRUE(sized0.Load("/proc/self/status", &status));
+  EXPECT_EQ(sized0.Size(), 0u);
+  EXPECT_EQ(status.m_size, 0);
+  EXPECT_EQ(OpenDescriptors(), open);
 }
