@@ -13,6 +13,7 @@
 #include "zevutil/platform/Window.h"
 #include "zevutil/platform/WindowTesting.h"
 // GLib's TRUE and FALSE macros come after the layer's constants of the same names.
+#include "gui/LayerLoop.h"
 #include "gui/XInput.h"
 #include "gui/XvfbEnvironment.h"
 #include "platform/host/GtkBackendAccess.h"
@@ -87,21 +88,7 @@ DialogTemplate BoxTemplate(const char* caption, short x, short y) {
 
 ULONGLONG Now() { return GetClock().Now(); }
 
-// Runs the layer's own loop (GetMessage, IsDialogMessage, dispatch) until 'done' or the
-// time is up; a thread timer keeps the loop turning while nothing else arrives.
-bool RunUntil(const std::function<bool()>& done, int ms = 3000, HWND dlg = nullptr) {
-  UINT_PTR tick = SetTimer(nullptr, 0, 10, nullptr);
-  ULONGLONG end = Now() + ULONGLONG(ms);
-  MSG m;
-  while (!done() && Now() < end) {
-    if (GetMessageA(&m, nullptr, 0, 0) <= 0) break;
-    if (dlg && IsWindow(dlg) && IsDialogMessageA(dlg, &m)) continue;
-    TranslateMessage(&m);
-    DispatchMessageA(&m);
-  }
-  KillTimer(nullptr, tick);
-  return done();
-}
+using zevtest::RunUntil;
 
 // Lets the window appear and settle: mapped, laid out and drawn.
 void Settle(HWND dlg, int ms = 150) {

@@ -18,6 +18,7 @@
 #include "zevutil/platform/WindowMessageBox.h"
 #include "zevutil/platform/WindowTesting.h"
 // GLib's TRUE and FALSE macros come after the layer's constants of the same names.
+#include "gui/LayerLoop.h"
 #include "gui/XInput.h"
 #include "gui/XvfbEnvironment.h"
 #include "platform/host/GtkBackendAccess.h"
@@ -34,20 +35,7 @@ using gtkhost::PeerWidget;
 
 ULONGLONG Now() { return GetClock().Now(); }
 
-// The layer's loop until 'done' or the time is up; a thread timer keeps it turning.
-bool RunUntil(const std::function<bool()>& done, int ms = 3000, HWND dlg = nullptr) {
-  UINT_PTR tick = SetTimer(nullptr, 0, 10, nullptr);
-  ULONGLONG end = Now() + ULONGLONG(ms);
-  MSG m;
-  while (!done() && Now() < end) {
-    if (GetMessageA(&m, nullptr, 0, 0) <= 0) break;
-    if (dlg && IsWindow(dlg) && IsDialogMessageA(dlg, &m)) continue;
-    TranslateMessage(&m);
-    DispatchMessageA(&m);
-  }
-  KillTimer(nullptr, tick);
-  return done();
-}
+using zevtest::RunUntil;
 
 bool Mapped(HWND hwnd) {
   GtkWidget* w = hwnd && IsWindow(hwnd) ? PeerWidget(hwnd) : nullptr;

@@ -19,6 +19,7 @@
 #include "zevutil/platform/WindowImage.h"
 #include "zevutil/platform/WindowTesting.h"
 // GLib's TRUE and FALSE macros come after the layer's constants of the same names.
+#include "gui/LayerLoop.h"
 #include "gui/XInput.h"
 #include "gui/XvfbEnvironment.h"
 #include "platform/host/GtkBackendAccess.h"
@@ -30,28 +31,15 @@ using gtkhost::PeerWidget;
 
 ULONGLONG Now() { return GetClock().Now(); }
 
-// Runs the layer's loop until 'done' or the time is up.
-bool Pump(const std::function<bool()>& done, int ms = 3000, HWND dlg = nullptr) {
-  UINT_PTR tick = SetTimer(nullptr, 0, 10, nullptr);
-  ULONGLONG end = Now() + ULONGLONG(ms);
-  MSG m;
-  while (!done() && Now() < end) {
-    if (GetMessageA(&m, nullptr, 0, 0) <= 0) break;
-    if (dlg && IsWindow(dlg) && IsDialogMessageA(dlg, &m)) continue;
-    TranslateMessage(&m);
-    DispatchMessageA(&m);
-  }
-  KillTimer(nullptr, tick);
-  return done();
-}
+using zevtest::RunUntil;
 
 void SettleWindow(HWND dlg) {
-  Pump([&] {
+  RunUntil([&] {
     GtkWidget* w = PeerWidget(dlg);
     return w && gtk_widget_get_mapped(w);
   });
   ULONGLONG end = Now() + 200;
-  Pump([&] { return Now() >= end; });
+  RunUntil([&] { return Now() >= end; });
 }
 
 RECT RectIn(HWND ctl, HWND container) {
@@ -152,9 +140,9 @@ TEST_F(SuiteDialogs, PropertiesSheetShowsEveryPageUnclippedAndClosesFromItsButto
     SCOPED_TRACE(i);
     if (i > 0) {
       ASSERT_TRUE(zevtest::ClickWidget(gtk_notebook_get_tab_label(nb, gtk_notebook_get_nth_page(nb, i))));
-      EXPECT_TRUE(Pump([&] { return IsWindowVisible(dlg.GetPageWindow(i)) != 0; }, 3000, sheet));
+      EXPECT_TRUE(RunUntil([&] { return IsWindowVisible(dlg.GetPageWindow(i)) != 0; }, 3000, sheet));
       ULONGLONG end = Now() + 150;
-      Pump([&] { return Now() >= end; }, 500, sheet);
+      RunUntil([&] { return Now() >= end; }, 500, sheet);
     }
     EXPECT_EQ(SendMessageA(tab, TCM_GETCURSEL, 0, 0), i);
     for (int k = 0; k < 4; ++k) EXPECT_EQ(IsWindowVisible(dlg.GetPageWindow(k)) != 0, k == i);
@@ -170,10 +158,10 @@ TEST_F(SuiteDialogs, PropertiesSheetShowsEveryPageUnclippedAndClosesFromItsButto
   EXPECT_FALSE(gtk_widget_get_visible(PeerWidget(GetDlgItem(sheet, CComObjectPropertiesDlg::kApplyId))));
   EXPECT_STREQ(gtk_button_get_label(GTK_BUTTON(PeerWidget(GetDlgItem(sheet, IDCANCEL)))), "_Close");
   ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(sheet, IDHELP))));
-  Pump([] { return false; }, 200, sheet);
+  RunUntil([] { return false; }, 200, sheet);
   EXPECT_TRUE(IsWindow(sheet));
   ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(sheet, IDCANCEL))));
-  EXPECT_TRUE(Pump([&] { return !IsWindow(sheet); }, 3000, sheet));
+  EXPECT_TRUE(RunUntil([&] { return !IsWindow(sheet); }, 3000, sheet));
   EXPECT_FALSE(dlg.ContinueModal());
 }
 
@@ -276,12 +264,12 @@ TEST_F(SuiteDialogs, ExportDialogsShowTheirModelsUnclippedAndTakeRealClicks) {
   // A real click on an option reaches the model and comes back as the model says.
   const int before = model.Controls().GetCheck(D::IDC_EXPORT_RAW_DATA);
   ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(dlg, D::IDC_EXPORT_RAW_DATA))));
-  EXPECT_TRUE(Pump([&] { return model.Controls().GetCheck(D::IDC_EXPORT_RAW_DATA) != before; }, 3000, dlg));
+  EXPECT_TRUE(RunUntil([&] { return model.Controls().GetCheck(D::IDC_EXPORT_RAW_DATA) != before; }, 3000, dlg));
   EXPECT_EQ(gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(PeerWidget(GetDlgItem(dlg, D::IDC_EXPORT_RAW_DATA)))),
             model.Controls().GetCheck(D::IDC_EXPORT_RAW_DATA) != 0);
   // The spin arrow by a click.
   ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(dlg, D::IDC_EXPORT_MIN_LENGTH_SPIN))));
-  EXPECT_TRUE(Pump([&] { return model.Controls().GetText(D::IDC_EXPORT_MIN_LENGTH) == "1"; }, 3000, dlg));
+  EXPECT_TRUE(RunUntil([&] { return model.Controls().GetText(D::IDC_EXPORT_MIN_LENGTH) == "1"; }, 3000, dlg));
   EXPECT_STREQ(gtk_entry_get_text(GTK_ENTRY(gtkhost::PeerControl(GetDlgItem(dlg, D::IDC_EXPORT_MIN_LENGTH)))), "1");
   // Another format by the layer (as a pick): options grey and hide as the model says.
   HWND filter = GetDlgItem(dlg, D::IDC_DIR_FILTER);
@@ -289,7 +277,7 @@ TEST_F(SuiteDialogs, ExportDialogsShowTheirModelsUnclippedAndTakeRealClicks) {
   ASSERT_GT(rows, 2);
   ASSERT_TRUE(ScriptedUser::Select(filter, rows - 1));
   ULONGLONG end = Now() + 150;
-  Pump([&] { return Now() >= end; }, 500, dlg);
+  RunUntil([&] { return Now() >= end; }, 500, dlg);
   for (const DialogControl& c : model.Controls().Controls()) {
     HWND h = GetDlgItem(dlg, c.m_nID);
     if (!c.m_bExists || !h) continue;
@@ -302,7 +290,7 @@ TEST_F(SuiteDialogs, ExportDialogsShowTheirModelsUnclippedAndTakeRealClicks) {
   ExpectNothingClipped(dlg);
   EXPECT_TRUE(zevtest::Screenshot(PeerWidget(dlg), "export-options-last-format.png"));
   ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(dlg, IDCANCEL))));
-  EXPECT_TRUE(Pump([&] { return !IsWindow(dlg); }, 3000, dlg));
+  EXPECT_TRUE(RunUntil([&] { return !IsWindow(dlg); }, 3000, dlg));
   EXPECT_EQ(model.GetResult(), 2);
 
   // The batch dialog: its objects, a real click on a row and on OK.
@@ -332,10 +320,10 @@ TEST_F(SuiteDialogs, ExportDialogsShowTheirModelsUnclippedAndTakeRealClicks) {
   gtk_widget_get_allocation(GTK_WIDGET(tv), &a);
   zevtest::ClickAt(ox + (gtk_widget_get_has_window(GTK_WIDGET(tv)) ? 0 : a.x) + bx,
                    oy + (gtk_widget_get_has_window(GTK_WIDGET(tv)) ? 0 : a.y) + by);
-  EXPECT_TRUE(Pump([&] { return batch.Controls().Control(CZevExportDlg::IDC_ZEXP_OBJECTS).m_Selected.size() == 1; }, 3000, b));
+  EXPECT_TRUE(RunUntil([&] { return batch.Controls().Control(CZevExportDlg::IDC_ZEXP_OBJECTS).m_Selected.size() == 1; }, 3000, b));
   EXPECT_TRUE(zevtest::Screenshot(PeerWidget(b), "export-batch.png"));
   ASSERT_TRUE(zevtest::ClickWidget(PeerWidget(GetDlgItem(b, IDOK))));
-  EXPECT_TRUE(Pump([&] { return !IsWindow(b); }, 3000, b));
+  EXPECT_TRUE(RunUntil([&] { return !IsWindow(b); }, 3000, b));
   EXPECT_EQ(win2.GetEndResult(), IDOK);
   ASSERT_EQ(batch.GetObSeqIDList().GetCount(), 1);
   EXPECT_STREQ(batch.GetObSeqIDList().GetHead()->ObName, "run_0002");

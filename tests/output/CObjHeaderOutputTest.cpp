@@ -42,7 +42,7 @@ std::string ReadAll(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-struct HeaderSpec {
+struct HeaderFields {
   const char* name;
   bool edited;
   const char* note;
@@ -50,18 +50,18 @@ struct HeaderSpec {
 
 // Created on 5 March 2024 at 09:07:02 in "Alpha" on "ZEV-01" (revision 3); an edited
 // header was changed on 31 December 2025 at 23:59:59 in "Beta" on "ZEV-02" (revision 12).
-CObjHeader MakeHeader(const HeaderSpec& spec) {
+CObjHeader MakeHeader(const HeaderFields& fields) {
   CObjHeader h;
   const CTime created(2024, 3, 5, 9, 7, 2);
   h.SetCreateValues("Alpha", "ZEV-01", &created);
   h.ObjInfo->Created.Revision = 3;
   h.ObjInfo->Modified.Revision = 3;
-  if (spec.edited) {
+  if (fields.edited) {
     const CTime edited(2025, 12, 31, 23, 59, 59);
     h.SetEditValues("Beta", "ZEV-02", &edited);
     h.ObjInfo->Modified.Revision = 12;
   }
-  h.ObjInfo->Note = spec.note;
+  h.ObjInfo->Note = fields.note;
   return h;
 }
 
@@ -73,7 +73,7 @@ const std::string kModifiedEdited =
 TEST(CObjHeaderOutput, TextExportRows) {
   ScopedTimeZone tz("UTC");
   struct Case {
-    HeaderSpec spec;
+    HeaderFields fields;
     std::string bytes;
   };
   const std::vector<Case> cases = {
@@ -83,8 +83,8 @@ TEST(CObjHeaderOutput, TextExportRows) {
       {{"edited: the note is left out", true, "rerun"}, kCreated + "\r\n" + kModifiedEdited + "\r\n"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.spec.name);
-    CObjHeader header = MakeHeader(c.spec);
+    SCOPED_TRACE(c.fields.name);
+    CObjHeader header = MakeHeader(c.fields);
     CObjHeaderOutput out(&header);
     const std::string path = Scratch("rows.txt");
     ASSERT_EQ(out.ExportObject(EXPORT_TEXT, path.c_str(), CObjectOutputDef()), 1);
@@ -142,7 +142,7 @@ TEST(CObjHeaderOutput, PrintedRowsOnTheirStops) {
   ScopedTimeZone tz("UTC");
   constexpr char kPrinter[] = "zevtest-header";
   struct Case {
-    HeaderSpec spec;
+    HeaderFields fields;
     std::vector<std::string> drawn;  // text @ x
   };
   const std::vector<std::string> rows = {
@@ -165,14 +165,14 @@ TEST(CObjHeaderOutput, PrintedRowsOnTheirStops) {
       {{"a long note wraps under the indent", false, longNote.c_str()}, {}},
   };
   for (Case& c : cases) {
-    SCOPED_TRACE(c.spec.name);
+    SCOPED_TRACE(c.fields.name);
     TestDeviceOptions opts;
     RegisterTestPrinter(kPrinter, opts);
     CPageFormatDef fmt;
     fmt.m_device.m_strPrinterName = kPrinter;
     fmt.m_strHeader1.Empty();
     fmt.m_strFooter1.Empty();
-    CObjHeader header = MakeHeader(c.spec);
+    CObjHeader header = MakeHeader(c.fields);
     CObjHeaderOutput out(&header);
     ASSERT_EQ(out.PrintObject(fmt, CObjectOutputDef()), 1);
     std::vector<std::string> got;
