@@ -117,40 +117,49 @@ void CDibPal::FillResult(PalMergeResult* result, int asked, int added, int moved
   result->lost = lost;
 }
 
+void CDibPal::MergeRange(int size, int* next, int* last) const {
+  *last = size - 1;
+  *next = 0;
+  if (m_bIdentity) {
+    *last -= m_nStaticCount;
+    *next = m_nStaticCount;
+  }
+  *next = AdvancePastUsed(*next, *last);
+}
+
+int CDibPal::ClaimEntry(std::vector<PALETTEENTRY>& entries, COLORREF colour, int next, int last, int* added) {
+  int idx = Nearest(entries, colour);
+  if (RgbOf(entries[std::size_t(idx)]) == colour) {
+    if (!m_used[idx]) {
+      if (idx > next) {
+        std::swap(entries[std::size_t(idx)], entries[std::size_t(next)]);
+        idx = next;
+      }
+      entries[std::size_t(idx)].peFlags = PC_NOCOLLAPSE;
+      m_used[idx] = 1;
+      ++*added;
+    }
+    return idx;
+  }
+  if (next > last) return -1;
+  entries[std::size_t(next)] = PALETTEENTRY{GetRValue(colour), GetGValue(colour), GetBValue(colour), PC_NOCOLLAPSE};
+  m_used[next] = 1;
+  ++*added;
+  return next;
+}
+
 BOOL CDibPal::MergeColors(const DWORD* colours, int count, PalMergeResult* result) {
   if (!colours || count < 1) {
     FillResult(result, 0, 0, 0, 0);
     return FALSE;
   }
   std::vector<PALETTEENTRY> entries = LoadEntries();
-  const int size = int(entries.size());
   int added = 0, moved = 0, lost = count;
-  int last = size - 1, next = 0;
-  if (m_bIdentity) {
-    last -= m_nStaticCount;
-    next = m_nStaticCount;
-  }
-  next = AdvancePastUsed(next, last);
+  int next = 0, last = 0;
+  MergeRange(int(entries.size()), &next, &last);
   for (int i = 0; i < count && next <= last; ++i) {
     --lost;
-    const COLORREF colour = colours[i] & 0xFFFFFF;
-    int idx = Nearest(entries, colour);
-    if (RgbOf(entries[std::size_t(idx)]) == colour) {
-      if (!m_used[idx]) {
-        if (idx > next) {
-          std::swap(entries[std::size_t(idx)], entries[std::size_t(next)]);
-          idx = next;
-        }
-        entries[std::size_t(idx)].peFlags = PC_NOCOLLAPSE;
-        m_used[idx] = 1;
-        ++added;
-      }
-    } else {
-      idx = next;
-      entries[std::size_t(idx)] = PALETTEENTRY{GetRValue(colour), GetGValue(colour), GetBValue(colour), PC_NOCOLLAPSE};
-      m_used[idx] = 1;
-      ++added;
-    }
+    const int idx = ClaimEntry(entries, colours[i] & 0xFFFFFF, next, last, &added);
     if (idx != i) ++moved;
     next = AdvancePastUsed(next, last);
   }
@@ -168,38 +177,16 @@ BOOL CDibPal::MergeDibPalette(CDib* dib, PalMergeResult* result) {
   const int nTable = std::min(dib->GetNumColors(), 256);
 
   std::vector<PALETTEENTRY> entries = LoadEntries();
-  const int size = int(entries.size());
   int added = 0, moved = 0, lost = 0;
-  int last = size - 1, next = 0;
-  if (m_bIdentity) {
-    last -= m_nStaticCount;
-    next = m_nStaticCount;
-  }
-  next = AdvancePastUsed(next, last);
+  int next = 0, last = 0;
+  MergeRange(int(entries.size()), &next, &last);
   // Every used entry gets its chance: a full palette still shares exact colours.
   for (int i = 0; i < nTable; ++i) {
     if (!used[i]) continue;
-    const COLORREF colour = dib->GetTableColor(i);
-    int idx = Nearest(entries, colour);
-    if (RgbOf(entries[std::size_t(idx)]) == colour) {
-      if (!m_used[idx]) {
-        if (idx > next) {
-          std::swap(entries[std::size_t(idx)], entries[std::size_t(next)]);
-          idx = next;
-        }
-        entries[std::size_t(idx)].peFlags = PC_NOCOLLAPSE;
-        m_used[idx] = 1;
-        ++added;
-      }
-    } else {
-      if (next > last) {
-        ++lost;
-        continue;
-      }
-      idx = next;
-      entries[std::size_t(idx)] = PALETTEENTRY{GetRValue(colour), GetGValue(colour), GetBValue(colour), PC_NOCOLLAPSE};
-      m_used[idx] = 1;
-      ++added;
+    const int idx = ClaimEntry(entries, dib->GetTableColor(i), next, last, &added);
+    if (idx < 0) {
+      ++lost;
+      continue;
     }
     if (idx != i) ++moved;
     next = AdvancePastUsed(next, last);

@@ -163,6 +163,12 @@ class CDibPal : public CPalette {
   void StoreEntries(const std::vector<PALETTEENTRY>& entries);
   void FillResult(PalMergeResult* result, int asked, int added, int moved, int lost) const;
   int AdvancePastUsed(int next, int last) const;
+  // The entries a merge may fill: *next the first, *last the final one.
+  void MergeRange(int size, int* next, int* last) const;
+  // Gives 'colour' an entry: an exact match not yet used is claimed (moved down to 'next'
+  // when it lies above it), otherwise 'next' takes the colour. Returns the entry, or -1
+  // when none is free.
+  int ClaimEntry(std::vector<PALETTEENTRY>& entries, COLORREF colour, int next, int last, int* added);
 };
 
 // Merges the palettes of up to 50 bitmaps into one identity palette.
