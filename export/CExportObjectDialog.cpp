@@ -146,21 +146,35 @@ void CExportObjectDialog::BuildControls() {
 
 // ---- persistence ----
 
+namespace {
+
+// The persisted choices: key, member and the value an empty profile gives.
+struct PersistedChoice {
+  const char* key;
+  int CExportObjectDialog::*member;
+  int fallback;
+};
+constexpr PersistedChoice kPersisted[] = {
+    {"Header", &CExportObjectDialog::m_bHeader, 0},
+    {"SampleData", &CExportObjectDialog::m_bSampleData, 0},
+    {"SequenceResults", &CExportObjectDialog::m_bSequenceResults, 0},
+    {"BaseSequence", &CExportObjectDialog::m_bBaseSequence, 0},
+    {"QualityParameters", &CExportObjectDialog::m_bQualityParameters, 0},
+    {"AlignmentResults", &CExportObjectDialog::m_bAlignmentResults, 0},
+    {"AlignmentAccuracy", &CExportObjectDialog::m_bAlignmentAccuracy, 0},
+    {"RemoveExtensions", &CExportObjectDialog::m_bRemoveExtensions, 0},
+    {"ResolveConflicts", &CExportObjectDialog::m_bResolveConflicts, 0},
+    {"GADB", &CExportObjectDialog::m_bGADB, 0},
+    {"ApplyTriming", &CExportObjectDialog::m_bApplyTriming, 1},
+    {"MinAutoExportSeqLength", &CExportObjectDialog::m_nMinAutoExportSeqLength, 0},
+};
+
+}  // namespace
+
 void CExportObjectDialog::Load() {
   m_eFilter = EEXPORT_TYPE(ReadInt("Filter", -1));
   if (m_bPersist) {
-    m_bHeader = ReadInt("Header", 0);
-    m_bSampleData = ReadInt("SampleData", 0);
-    m_bSequenceResults = ReadInt("SequenceResults", 0);
-    m_bBaseSequence = ReadInt("BaseSequence", 0);
-    m_bQualityParameters = ReadInt("QualityParameters", 0);
-    m_bAlignmentResults = ReadInt("AlignmentResults", 0);
-    m_bAlignmentAccuracy = ReadInt("AlignmentAccuracy", 0);
-    m_bRemoveExtensions = ReadInt("RemoveExtensions", 0);
-    m_bResolveConflicts = ReadInt("ResolveConflicts", 0);
-    m_bGADB = ReadInt("GADB", 0);
-    m_bApplyTriming = ReadInt("ApplyTriming", 1);
-    m_nMinAutoExportSeqLength = ReadInt("MinAutoExportSeqLength", 0);
+    for (const PersistedChoice& c : kPersisted) this->*c.member = ReadInt(c.key, c.fallback);
   }
   m_strScfExt = COutputObject::GetExportExtension(EXPORT_SCF3, 0);
   m_strTxtExt = COutputObject::GetExportExtension(EXPORT_TEXT, 0);
@@ -176,18 +190,7 @@ void CExportObjectDialog::Save() {
   if (!m_bPersist) return;
   m_eFilter = GetExportFileType();
   WriteProfileInt(kSection, "Filter", m_eFilter);
-  WriteProfileInt(kSection, "Header", m_bHeader);
-  WriteProfileInt(kSection, "SampleData", m_bSampleData);
-  WriteProfileInt(kSection, "SequenceResults", m_bSequenceResults);
-  WriteProfileInt(kSection, "BaseSequence", m_bBaseSequence);
-  WriteProfileInt(kSection, "QualityParameters", m_bQualityParameters);
-  WriteProfileInt(kSection, "AlignmentResults", m_bAlignmentResults);
-  WriteProfileInt(kSection, "AlignmentAccuracy", m_bAlignmentAccuracy);
-  WriteProfileInt(kSection, "RemoveExtensions", m_bRemoveExtensions);
-  WriteProfileInt(kSection, "ResolveConflicts", m_bResolveConflicts);
-  WriteProfileInt(kSection, "GADB", m_bGADB);
-  WriteProfileInt(kSection, "ApplyTriming", m_bApplyTriming);
-  WriteProfileInt(kSection, "MinAutoExportSeqLength", m_nMinAutoExportSeqLength);
+  for (const PersistedChoice& c : kPersisted) WriteProfileInt(kSection, c.key, this->*c.member);
 }
 
 // ---- filter rows ----
