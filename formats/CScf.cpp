@@ -4,6 +4,7 @@
 #include "zevutil/CScf.h"
 
 #include <charconv>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -13,7 +14,10 @@
 #include "formats/TraceFile.h"
 
 #if defined(__SSE2__)
-#include <emmintrin.h>
+#include <immintrin.h>
+#endif
+#if defined(__SSE2__) && (defined(__GNUC__) || defined(__clang__))
+#define ZEV_SCF_AVX2 1
 #endif
 
 namespace zev {
@@ -108,15 +112,172 @@ inline __m128i LoadSwapped16(const BYTE* p) {
 }
 #endif
 
+#if defined(ZEV_SCF_AVX2)
+// Running sums over the records of four registers as the unpacks leave them: with R
+// records a half, v[r] holds records R*r to R*r+R-1 in its low half and the R after
+// the first 4*R in its high half (R is 2 for 16-bit values, 4 for 8-bit ones). carry
+// holds, in every record slot, the sum of all records before these; on return v holds
+// the sums up to each record and carry the sum up to the last of them. Each half is
+// summed on its own first (within each register, then the totals of the registers
+// before), so the only step that waits on the previous block is the carry's.
+template <int kValueBytes>
+__attribute__((target("avx2"))) inline __m256i Add(__m256i l, __m256i r) {
+  return kValueBytes == 2 ? _mm256_add_epi16(l, r) : _mm256_add_epi8(l, r);
+}
+
+template <int kValueBytes>
+__attribute__((target("avx2"))) inline void RunningSums(__m256i (&v)[4], __m256i& carry) {
+  constexpr auto add = Add<kValueBytes>;
+  __m256i total;  // per half: the sum of all its records, in every slot
+  if constexpr (kValueBytes == 2) {
+    // Two records a register: summed down the registers, slot by slot, w[r] holds the
+    // sums of the records 2q + s for q up to r. Record 2r then also needs record
+    // 2r - 1 and what came before it (slot 1 of w[r-1]), and record 2r + 1 needs
+    // record 2r and what came before it (slot 0 of w[r]): one byte shift each.
+    __m256i w = v[0];
+    v[0] = add(w, _mm256_bslli_epi128(w, 8));
+    for (int r = 1; r < 4; ++r) {
+      const __m256i prev = w;
+      w = add(w, v[r]);
+      v[r] = add(w, _mm256_alignr_epi8(w, prev, 8));
+    }
+    total = _mm256_unpackhi_epi64(v[3], v[3]);
+    // The high half also follows the low half's records.
+    const __m256i start = add(carry, _mm256_permute2x128_si256(total, total, 0x08));
+    for (int r = 0; r < 4; ++r) v[r] = add(v[r], start);
+    carry = _mm256_permute4x64_epi64(v[3], 0xFF);
+  } else {
+    // Four records a register: summed within each register first, then the totals of
+    // the registers before each one added.
+    __m256i before[4];
+    total = _mm256_setzero_si256();
+    for (int r = 0; r < 4; ++r) {
+      v[r] = add(v[r], _mm256_bslli_epi128(v[r], 4));
+      v[r] = add(v[r], _mm256_bslli_epi128(v[r], 8));
+      before[r] = total;
+      total = add(total, _mm256_shuffle_epi32(v[r], 0xFF));
+    }
+    const __m256i start = add(carry, _mm256_permute2x128_si256(total, total, 0x08));
+    for (int r = 0; r < 4; ++r) v[r] = add(v[r], add(before[r], start));
+    carry = _mm256_permutevar8x32_epi32(v[3], _mm256_set1_epi32(7));
+  }
+}
+
+// 3.00 samples where the processor has AVX2, a block of 4 * 32 bytes of input at a
+// time (sixteen 16-bit or thirty-two 8-bit records); gives how many records it did,
+// with the running sums after the last of them in x and y. Each channel's bytes are
+// loaded (and swapped to little-endian when 16-bit), interleaved within each 128-bit
+// half into records, summed twice and stored with the halves put in order.
+template <class Sample>
+__attribute__((target("avx2"))) std::size_t DecodeSamples300Avx2(const BYTE* const q[4], std::size_t n, Sample* out,
+                                                                 std::uint32_t (&x)[4], std::uint32_t (&y)[4]) {
+  constexpr int kBytes = int(sizeof(Sample) / 4);
+  constexpr std::size_t kBlock = 32 / kBytes;
+  const __m256i swap = _mm256_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14,  //
+                                        1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
+  __m256i sx = _mm256_setzero_si256(), sy = _mm256_setzero_si256();
+  const BYTE* const from[4] = {q[0], q[1], q[2], q[3]};
+  std::size_t i = 0;
+  for (; i + kBlock <= n; i += kBlock) {
+    __m256i ch[4];
+    for (int k = 0; k < 4; ++k) {
+      ch[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from[k] + kBytes * i));
+      if constexpr (kBytes == 2) ch[k] = _mm256_shuffle_epi8(ch[k], swap);
+    }
+    __m256i v[4];
+    if constexpr (kBytes == 2) {
+      const __m256i acLo = _mm256_unpacklo_epi16(ch[0], ch[1]), acHi = _mm256_unpackhi_epi16(ch[0], ch[1]);
+      const __m256i gtLo = _mm256_unpacklo_epi16(ch[2], ch[3]), gtHi = _mm256_unpackhi_epi16(ch[2], ch[3]);
+      v[0] = _mm256_unpacklo_epi32(acLo, gtLo), v[1] = _mm256_unpackhi_epi32(acLo, gtLo);
+      v[2] = _mm256_unpacklo_epi32(acHi, gtHi), v[3] = _mm256_unpackhi_epi32(acHi, gtHi);
+    } else {
+      const __m256i acLo = _mm256_unpacklo_epi8(ch[0], ch[1]), acHi = _mm256_unpackhi_epi8(ch[0], ch[1]);
+      const __m256i gtLo = _mm256_unpacklo_epi8(ch[2], ch[3]), gtHi = _mm256_unpackhi_epi8(ch[2], ch[3]);
+      v[0] = _mm256_unpacklo_epi16(acLo, gtLo), v[1] = _mm256_unpackhi_epi16(acLo, gtLo);
+      v[2] = _mm256_unpacklo_epi16(acHi, gtHi), v[3] = _mm256_unpackhi_epi16(acHi, gtHi);
+    }
+    RunningSums<kBytes>(v, sx);
+    RunningSums<kBytes>(v, sy);
+    auto* dst = reinterpret_cast<__m256i*>(out + i);
+    _mm256_storeu_si256(dst + 0, _mm256_permute2x128_si256(v[0], v[1], 0x20));
+    _mm256_storeu_si256(dst + 1, _mm256_permute2x128_si256(v[2], v[3], 0x20));
+    _mm256_storeu_si256(dst + 2, _mm256_permute2x128_si256(v[0], v[1], 0x31));
+    _mm256_storeu_si256(dst + 3, _mm256_permute2x128_si256(v[2], v[3], 0x31));
+  }
+  Sample lastX, lastY;
+  std::memcpy(&lastX, &sx, sizeof lastX);
+  std::memcpy(&lastY, &sy, sizeof lastY);
+  x[0] = lastX.a, x[1] = lastX.c, x[2] = lastX.g, x[3] = lastX.t;
+  y[0] = lastY.a, y[1] = lastY.c, y[2] = lastY.g, y[3] = lastY.t;
+  return i;
+}
+
+// Records of four big-endian 16-bit values, four records at a time; gives how many.
+__attribute__((target("avx2"))) std::size_t SwapRecords16Avx2(const BYTE* p, std::size_t n, void* out) {
+  const __m256i swap = _mm256_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14,  //
+                                        1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
+  std::size_t i = 0;
+  for (; i + 4 <= n; i += 4)
+    _mm256_storeu_si256(static_cast<__m256i*>(out) + i / 4,
+                        _mm256_shuffle_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 8 * i)), swap));
+  return i;
+}
+
+// 3.00 base records, four at a time; gives how many. p holds n big-endian peaks, then
+// n bytes each of the four probabilities and of the letters. Each record is twelve
+// bytes: the peak, the four probabilities, the letter and three zero bytes.
+__attribute__((target("avx2"))) std::size_t DecodeBases300Avx2(const BYTE* p, std::size_t n, ScfBase* out) {
+  static_assert(sizeof(ScfBase) == 12 && offsetof(ScfBase, probA) == 4 && offsetof(ScfBase, base) == 8);
+  const __m128i swap32 = _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
+  const BYTE* prob = p + 4 * n;
+  auto* dst = reinterpret_cast<BYTE*>(out);
+  std::size_t i = 0;
+  for (; i + 4 <= n; i += 4, dst += 48) {
+    auto four = [&](std::size_t k) {
+      std::uint32_t v;
+      std::memcpy(&v, prob + k * n + i, 4);
+      return _mm_cvtsi32_si128(int(v));
+    };
+    const __m128i peaks = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4 * i)), swap32);
+    const __m128i probs = _mm_unpacklo_epi16(_mm_unpacklo_epi8(four(0), four(1)), _mm_unpacklo_epi8(four(2), four(3)));
+    const __m128i letters = _mm_cvtepu8_epi32(four(4));
+    const __m128i lo = _mm_unpacklo_epi32(peaks, probs);  // peak 0, probs 0, peak 1, probs 1
+    const __m128i hi = _mm_unpackhi_epi32(peaks, probs);  // peak 2, probs 2, peak 3, probs 3
+    // peak 0, probs 0, letter 0, peak 1
+    const __m128i r0 = _mm_blend_epi32(_mm_shuffle_epi32(lo, 0x84), _mm_shuffle_epi32(letters, 0x00), 0x4);
+    // probs 1, letter 1, peak 2, probs 2
+    const __m128i r1 = _mm_blend_epi32(_mm_shuffle_epi32(_mm_alignr_epi8(hi, lo, 12), 0x90),
+                                       _mm_shuffle_epi32(letters, 0x55), 0x2);
+    // letter 2, peak 3, probs 3, letter 3
+    const __m128i r2 = _mm_blend_epi32(_mm_shuffle_epi32(hi, 0x38), _mm_shuffle_epi32(letters, 0xC2), 0x9);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), r0);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 16), r1);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 32), r2);
+  }
+  return i;
+}
+
+bool HasAvx2() {
+  static const bool has = __builtin_cpu_supports("avx2");
+  return has;
+}
+#endif
+
 // 3.00, 16-bit: channel k holds n big-endian values at p + 2 * k * n.
 void DecodeSamples300(const BYTE* p, std::size_t n, ScfSample2* out) {
   const BYTE* q[4] = {p, p + 2 * n, p + 4 * n, p + 6 * n};
   std::uint32_t x[4] = {}, y[4] = {};
   std::size_t i = 0;
+#if defined(ZEV_SCF_AVX2)
+  if (HasAvx2()) i = DecodeSamples300Avx2(q, n, out, x, y);
+#endif
 #if defined(__SSE2__)
   // Two records a register: x and y hold the running sums of the last record in both
   // halves.
-  __m128i sx = _mm_setzero_si128(), sy = _mm_setzero_si128();
+  __m128i sx = _mm_setr_epi16(short(x[0]), short(x[1]), short(x[2]), short(x[3]), short(x[0]), short(x[1]),
+                              short(x[2]), short(x[3]));
+  __m128i sy = _mm_setr_epi16(short(y[0]), short(y[1]), short(y[2]), short(y[3]), short(y[0]), short(y[1]),
+                              short(y[2]), short(y[3]));
   auto sums = [&sx, &sy](__m128i d) {
     __m128i vx = _mm_add_epi16(_mm_add_epi16(d, _mm_slli_si128(d, 8)), sx);
     sx = _mm_unpackhi_epi64(vx, vx);
@@ -152,11 +313,15 @@ void DecodeSamples300(const BYTE* p, std::size_t n, ScfSample2* out) {
 // 3.00, 8-bit: channel k holds n bytes at p + k * n.
 void DecodeSamples300(const BYTE* p, std::size_t n, ScfSample1* out) {
   const BYTE* q[4] = {p, p + n, p + 2 * n, p + 3 * n};
-  BYTE x[4] = {}, y[4] = {};
+  std::uint32_t x[4] = {}, y[4] = {};
   std::size_t i = 0;
+#if defined(ZEV_SCF_AVX2)
+  if (HasAvx2()) i = DecodeSamples300Avx2(q, n, out, x, y);
+#endif
 #if defined(__SSE2__)
   // Four records a register; the running sums of the last record fill all four.
-  __m128i sx = _mm_setzero_si128(), sy = _mm_setzero_si128();
+  __m128i sx = _mm_set1_epi32(int(x[0] | x[1] << 8 | x[2] << 16 | x[3] << 24));
+  __m128i sy = _mm_set1_epi32(int(y[0] | y[1] << 8 | y[2] << 16 | y[3] << 24));
   auto sums = [&sx, &sy](__m128i d) {
     d = _mm_add_epi8(d, _mm_slli_si128(d, 4));
     __m128i vx = _mm_add_epi8(_mm_add_epi8(d, _mm_slli_si128(d, 8)), sx);
@@ -187,7 +352,7 @@ void DecodeSamples300(const BYTE* p, std::size_t n, ScfSample1* out) {
       x[k] = BYTE(x[k] + q[k][i]);
       y[k] = BYTE(y[k] + x[k]);
     }
-    out[i] = {y[0], y[1], y[2], y[3]};
+    out[i] = {BYTE(y[0]), BYTE(y[1]), BYTE(y[2]), BYTE(y[3])};
   }
 }
 
@@ -196,6 +361,9 @@ template <class Record>
 void DecodeRecords16(const BYTE* p, std::size_t n, Record* out) {
   static_assert(sizeof(Record) == 8);
   std::size_t i = 0;
+#if defined(ZEV_SCF_AVX2)
+  if (HasAvx2()) i = SwapRecords16Avx2(p, n, out);
+#endif
 #if defined(__SSE2__)
   for (; i + 2 <= n; i += 2)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), LoadSwapped16(p + 8 * i));
@@ -340,20 +508,23 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
       // The stored records are laid out as ScfBase is; only the peak needs its order.
       const BYTE* p = Block(cur, m_Header.basesOffset, std::size_t(n) * 12, scratch);
       std::memcpy(bases, p, std::size_t(n) * sizeof(ScfBase));
+      char* letter = letters.data();
       for (DWORD i = 0; i < n; ++i, p += 12) {
         bases[i].peakIndex = LoadU32(p);
-        letters[i] = char(p[8]);
+        letter[i] = char(p[8]);
       }
     } else {
       // Peaks, four probabilities, letters; the spare array after them is not read.
       const BYTE* p = Block(cur, m_Header.basesOffset, std::size_t(n) * 9, scratch);
       const BYTE* prob = p + std::size_t(n) * 4;
-      for (DWORD i = 0; i < n; ++i) {
-        const char letter = char(prob[4 * std::size_t(n) + i]);
-        bases[i] = ScfBase{LoadU32(p + 4 * std::size_t(i)), prob[i], prob[n + i], prob[2 * std::size_t(n) + i],
-                           prob[3 * std::size_t(n) + i], letter, {0, 0, 0}};
-        letters[i] = letter;
-      }
+      std::memcpy(letters.data(), prob + 4 * std::size_t(n), n);
+      std::size_t i = 0;
+#if defined(ZEV_SCF_AVX2)
+      if (HasAvx2()) i = DecodeBases300Avx2(p, n, bases);
+#endif
+      for (; i < n; ++i)
+        bases[i] = ScfBase{LoadU32(p + 4 * i),     prob[i], prob[n + i], prob[2 * std::size_t(n) + i],
+                           prob[3 * std::size_t(n) + i], letters[i], {0, 0, 0}};
     }
     m_strBaseSequence = CString(std::move(letters));
   }
