@@ -2,6 +2,8 @@
 #include "zevutil/platform/CTime.h"
 
 #include <cstring>
+#include <ctime>
+#include <mutex>
 #include <string>
 
 namespace zev {
@@ -10,7 +12,73 @@ namespace {
 // The old runtime accepted only results from 1970 to 3000.
 constexpr std::int64_t kMaxTime = 32535215999;  // 3000-12-31 23:59:59 UTC
 
+// Days from 1970-01-01 to the given day of the proleptic Gregorian calendar, and back.
+std::int64_t DaysFromCivil(std::int64_t y, int m, int d) {
+  y -= m <= 2;
+  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const std::int64_t yoe = y - era * 400;
+  const std::int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  const std::int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + doe - 719468;
+}
+
+void CivilFromDays(std::int64_t z, std::int64_t& y, int& m, int& d) {
+  z += 719468;
+  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+  const std::int64_t doe = z - era * 146097;
+  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const std::int64_t mp = (5 * doy + 2) / 153;
+  d = int(doy - (153 * mp + 2) / 5 + 1);
+  m = int(mp < 10 ? mp + 3 : mp - 9);
+  y = yoe + era * 400 + (m <= 2);
+}
+
+// mktime re-reads the zone (a stat of its file) on every call, which costs more than
+// the rest of reading a trace's run dates. localtime_r does not, so where the answer
+// cannot depend on how mktime resolves a clock change, the time is found with
+// localtime_r instead: the local fields, normalised as mktime normalises them, must be
+// those of the time found, the daylight flag asked for (if any) must be the one in
+// force, and the zone's offset must be the same a day before and a day after, so no
+// change is near. Anything else is left to mktime. The zone is read once first, as
+// mktime would have done.
+bool MakeTimeWithoutChange(int year, int month, int day, int hour, int min, int sec, int nDST, std::int64_t& out) {
+  static std::once_flag zoneRead;
+  std::call_once(zoneRead, [] { tzset(); });
+  const std::int64_t months = std::int64_t(month) - 1;
+  const std::int64_t y = std::int64_t(year) + (months >= 0 ? months / 12 : (months - 11) / 12);
+  const int m = int(months - (y - year) * 12) + 1;
+  const std::int64_t local = (DaysFromCivil(y, m, 1) + std::int64_t(day) - 1) * 86400 + std::int64_t(hour) * 3600 +
+                             std::int64_t(min) * 60 + sec;
+  constexpr std::int64_t kDay = 86400;
+  if (local < 2 * kDay || local > kMaxTime - 2 * kDay) return false;
+  std::time_t t = std::time_t(local);
+  struct tm tm {};
+  for (int i = 0;; ++i) {
+    if (i == 3 || !localtime_r(&t, &tm)) return false;
+    const std::time_t next = std::time_t(local - tm.tm_gmtoff);
+    if (next == t) break;
+    t = next;
+  }
+  std::int64_t wantYear;
+  int wantMonth, wantDay;
+  CivilFromDays(local / kDay, wantYear, wantMonth, wantDay);
+  const std::int64_t secOfDay = local % kDay;
+  if (tm.tm_year + std::int64_t(1900) != wantYear || tm.tm_mon + 1 != wantMonth || tm.tm_mday != wantDay ||
+      tm.tm_hour != secOfDay / 3600 || tm.tm_min != secOfDay / 60 % 60 || tm.tm_sec != secOfDay % 60)
+    return false;
+  if (nDST >= 0 && (nDST > 0) != (tm.tm_isdst > 0)) return false;
+  for (std::time_t near : {t - kDay, t + kDay}) {
+    struct tm other {};
+    if (!localtime_r(&near, &other) || other.tm_gmtoff != tm.tm_gmtoff || other.tm_isdst != tm.tm_isdst) return false;
+  }
+  out = std::int64_t(t);
+  return true;
+}
+
 std::int64_t MakeTime(int year, int month, int day, int hour, int min, int sec, int nDST) {
+  std::int64_t fast;
+  if (MakeTimeWithoutChange(year, month, day, hour, min, sec, nDST, fast)) return fast;
   struct tm tm {};
   tm.tm_year = year - 1900;
   tm.tm_mon = month - 1;

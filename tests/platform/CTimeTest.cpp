@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <vector>
 
 #include "zevutil/platform/CArchive.h"
 #include "zevutil/platform/CTime.h"
@@ -80,4 +81,52 @@ TEST(CTime, StoredAsFourBytes) {
   CTime back;
   ar >> back;
   EXPECT_EQ(back.GetTime(), 1000000000);
+}
+
+// Local times resolve as mktime resolves them, in zones with and without clock
+// changes (whole, half-hour and 45-minute offsets; southern summers), on random days
+// and on the hours around each zone's changes, with every daylight flag, and with
+// fields that need normalising.
+TEST(CTime, LocalTimesResolveAsMktime) {
+  auto viaMktime = [](int y, int mo, int d, int h, int mi, int s, int dst) -> std::int64_t {
+    struct tm tm {};
+    tm.tm_year = y - 1900, tm.tm_mon = mo - 1, tm.tm_mday = d, tm.tm_hour = h, tm.tm_min = mi, tm.tm_sec = s;
+    tm.tm_isdst = dst;
+    std::time_t t = std::mktime(&tm);
+    return t == std::time_t(-1) || t < 0 || t > 32535215999 ? -1 : std::int64_t(t);
+  };
+  std::uint32_t seed = 99;
+  auto next = [&seed](std::uint32_t mod) { return seed = seed * 1103515245u + 12345u, (seed >> 8) % mod; };
+  int compared = 0;
+  for (const char* zone : {"UTC", "America/New_York", "Europe/London", "Australia/Lord_Howe", "Asia/Kolkata",
+                           "Pacific/Chatham", "America/Sao_Paulo"}) {
+    ZoneGuard tz(zone);
+    struct Fields { int y, mo, d, h, mi, s; };
+    std::vector<Fields> cases = {{1970, 1, 1, 0, 0, 0}, {1970, 1, 3, 0, 0, 0}, {2000, 13, 1, 0, 0, 0},
+                                 {2000, 1, 0, 25, 61, 61}, {2000, 0, 31, -1, 0, -1}, {3000, 12, 31, 23, 59, 59},
+                                 {3000, 12, 30, 0, 0, 0}, {2038, 1, 19, 3, 14, 8}, {1969, 12, 31, 23, 59, 59}};
+    for (int i = 0; i < 300; ++i)
+      cases.push_back({int(1970 + next(1031)), int(1 + next(12)), int(1 + next(28)), int(next(24)), int(next(60)),
+                       int(next(60))});
+    // Every quarter hour of the days of each change of the zone between 1990 and 2030.
+    for (std::int64_t t = 631152000; t < 1893456000; t += 86400) {
+      std::time_t a = std::time_t(t), b = std::time_t(t + 86400);
+      struct tm ta {}, tb {};
+      localtime_r(&a, &ta);
+      localtime_r(&b, &tb);
+      if (ta.tm_gmtoff == tb.tm_gmtoff) continue;
+      // Both local days, including the hour that is skipped or repeated.
+      for (const struct tm* day : {&ta, &tb})
+        for (int h = 0; h < 24; ++h)
+          for (int mi : {0, 15, 30, 45}) cases.push_back({day->tm_year + 1900, day->tm_mon + 1, day->tm_mday, h, mi, 0});
+    }
+    for (const Fields& f : cases)
+      for (int dst : {-1, 0, 1}) {
+        ASSERT_EQ(CTime(f.y, f.mo, f.d, f.h, f.mi, f.s, dst).GetTime(), viaMktime(f.y, f.mo, f.d, f.h, f.mi, f.s, dst))
+            << zone << " " << f.y << "-" << f.mo << "-" << f.d << " " << f.h << ":" << f.mi << ":" << f.s << " dst "
+            << dst;
+        ++compared;
+      }
+  }
+  EXPECT_GT(compared, 10000);
 }
