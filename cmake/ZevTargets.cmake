@@ -97,7 +97,9 @@ function(zev_add_library_targets)
   # A static link keeps the load hook only if something asks for it.
   target_link_options(zevutil_static INTERFACE "LINKER:--undefined=zev_module_load_hook")
   set_target_properties(zevutil PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-  target_link_options(zevutil PRIVATE -Wl,--no-undefined)
+  # Calls inside the library bind to its own functions at link time: fewer symbols for
+  # the loader to look up through every library a program loads (GTK brings many).
+  target_link_options(zevutil PRIVATE -Wl,--no-undefined -Wl,-Bsymbolic-functions)
   if(ZEVUTIL_SANITIZE)
     target_link_options(zevutil PRIVATE -Wl,--unresolved-symbols=ignore-in-object-files)
   endif()

@@ -179,6 +179,13 @@ struct CRegExp::Tables {
 
   // Quick rejections, the leading run and the straight program (RegExpPlan.h).
   regexplan::SearchPlan plan;
+
+  // What every match holds, for FindCandidate: the longest literal known to be in every
+  // match (empty: none), and a set of bytes of which every match holds one, as a search
+  // sees the text as it is (lineSet) and upper-cased (lineSetUpper); a set with no
+  // members means none is known.
+  std::string lineLiteral;
+  regexscan::ByteSet lineSet, lineSetUpper;
 };
 
 struct CRegExp::Frame {
@@ -754,6 +761,31 @@ void CRegExp::BuildTables() {
     t->scanSteps = !t->plan.steps.empty() && !m_cRegAnchor && !m_cRegStart && t->plan.inner.empty() &&
                    !t->pairsValid && t->plan.firstScan.ranges > 0 && t->plan.firstScan.members <= 16;
   }
+
+  // For FindCandidate: every match holds the classic must text, the literal it begins
+  // with, each required literal and a single inner literal; the longest is looked for.
+  std::vector<std::string> held(t->plan.required.begin(), t->plan.required.end());
+  if (m_pRegMust) held.emplace_back(m_pRegMust);
+  if (!view.leading.empty()) held.push_back(view.leading);
+  if (t->plan.inner.size() == 1) held.push_back(t->plan.inner[0]);
+  for (const std::string& lit : held)
+    if (lit.size() > t->lineLiteral.size()) t->lineLiteral = lit;
+  // Every match holds a byte of the required set, and begins with one of the first set
+  // unless it can be empty at the terminator.
+  if (t->plan.requiredSetValid)
+    std::copy(std::begin(t->plan.requiredSet.has), std::end(t->plan.requiredSet.has), t->lineSet.has);
+  else if (t->firstValid && !t->firstAtEnd)
+    std::copy(std::begin(t->first), std::end(t->first), t->lineSet.has);
+  t->lineSet.Finish();
+  // Upper-cased, a byte of the text counts when its upper case is the literal's first
+  // byte, or else in the set.
+  const unsigned char* upper = UpperTable();
+  for (int c = 1; c < 256; ++c) {
+    const unsigned char u = upper[c];
+    t->lineSetUpper.has[c] = t->lineLiteral.empty() ? t->lineSet.has[u]
+                                                    : static_cast<unsigned char>(u == static_cast<unsigned char>(t->lineLiteral[0]));
+  }
+  t->lineSetUpper.Finish();
 }
 
 // Collects the literals that matches from this node on begin with; false when some path
@@ -1368,6 +1400,44 @@ int CRegExp::TryPositions(const char* text, const char* mustAt) {
       return -1;
     }
   }
+}
+
+namespace {
+// The first byte of s..end that is in the set, or end; the text need not be terminated.
+const char* ScanBounded(const char* s, const char* end, const regexscan::ByteSet& set) {
+#if defined(__SSE2__)
+  if (set.ranges > 0) {
+    __m128i lo[regexscan::ByteSet::kMaxRanges], span[regexscan::ByteSet::kMaxRanges];
+    for (int i = 0; i < set.ranges; ++i) {
+      lo[i] = _mm_set1_epi8(static_cast<char>(set.lo[i]));
+      span[i] = _mm_set1_epi8(static_cast<char>(set.span[i]));
+    }
+    for (; end - s >= 16; s += 16) {
+      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
+      __m128i in = _mm_setzero_si128();
+      for (int i = 0; i < set.ranges; ++i) {
+        const __m128i d = _mm_sub_epi8(v, lo[i]);
+        in = _mm_or_si128(in, _mm_cmpeq_epi8(_mm_min_epu8(d, span[i]), d));
+      }
+      if (const int mask = _mm_movemask_epi8(in)) return s + std::countr_zero(unsigned(mask));
+    }
+  }
+#endif
+  for (; s < end; ++s)
+    if (set.has[static_cast<unsigned char>(*s)]) return s;
+  return end;
+}
+}  // namespace
+
+const char* CRegExp::FindCandidate(const char* from, const char* to, int upper) const {
+  const Tables* t = m_pTables.get();
+  if (!m_bCompiled || !t || !from || !to || to <= from) return from;
+  if (upper) return t->lineSetUpper.members ? ScanBounded(from, to, t->lineSetUpper) : from;
+  if (!t->lineLiteral.empty()) {
+    const void* at = memmem(from, std::size_t(to - from), t->lineLiteral.data(), t->lineLiteral.size());
+    return at ? static_cast<const char*>(at) : to;
+  }
+  return t->lineSet.members ? ScanBounded(from, to, t->lineSet) : from;
 }
 
 int CRegExp::RegFind(const char* text) {

@@ -38,6 +38,14 @@ class CRegExp {
   // its own start as the start of the text. -1 when there is none.
   int ReverseRegFind(const char* text, int start, int end, int upper);
 
+  // For a search through many lines at once (text between line ends, each searched on
+  // its own): the first place in [from, to) that holds what every match must hold (a
+  // text, or one of a set of bytes), as a search with 'upper' sees the text. No line
+  // that ends before the place returned can hold a match; 'to' when there is no such
+  // place at all. 'from' when the pattern gives no such hint, or nothing is compiled.
+  // The text need not be terminated; the last match found is left alone.
+  const char* FindCandidate(const char* from, const char* to, int upper = 0) const;
+
   // Length of the last match found by RegFind, 0 if there is none.
   int GetFindLen() const;
   // Bounds of the last match in the searched text (null when there is none).

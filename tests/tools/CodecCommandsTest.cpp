@@ -2,6 +2,8 @@
 // errors and exit status.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -107,6 +109,29 @@ TEST(GrepCommand, PrintsMatchingLinesAsAsked) {
   const fs::path c = Scratch() / "c.txt";
   WriteFile(c, std::string("peak\0x\nx\0peak\npeak", 18));
   EXPECT_EQ(RunZev({"grep", "-c", "peak", c.string()}).out, "2\n");
+}
+
+TEST(GrepCommand, SparseMatchesAcrossReadBlocks) {
+  // Many lines, few matching, some of them across the places where the file is read in
+  // blocks, and the last one without its newline: the lines passed over unsearched never
+  // include a matching one, with and without case.
+  const fs::path f = Scratch() / "sparse.txt";
+  std::string text, want;
+  long count = 0;
+  for (int i = 0; text.size() < 700000; ++i) {
+    std::string line = "line " + std::to_string(i) + " of plain text without the word";
+    if (i % 997 == 0 || (text.size() % 262144) > 262100) line += i % 2 ? " Needle:" + std::to_string(i) : " needle:7";
+    text += line + '\n';
+    if (line.find("eedle:") != std::string::npos) want += line + '\n', ++count;
+  }
+  text += "last needle:9";
+  want += "last needle:9\n";
+  ++count;
+  WriteFile(f, text);
+  EXPECT_EQ(RunZev({"grep", "-c", "[Nn]eedle:[0-9]+", f.string()}).out, std::to_string(count) + "\n");
+  EXPECT_EQ(RunZev({"grep", "-i", "NEEDLE:", f.string()}).out, want);
+  EXPECT_EQ(RunZev({"grep", "-c", "needle", f.string()}).out,
+            std::to_string(count - long(std::count(want.begin(), want.end(), 'N'))) + "\n");
 }
 
 TEST(GrepCommand, ReportsBadPatternsAndFiles) {

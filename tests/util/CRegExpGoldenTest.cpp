@@ -396,3 +396,50 @@ TEST(CRegExpGolden, EquivalentSearchesAgree) {
   }
   EXPECT_GT(compared, 15000);
 }
+
+TEST(CRegExpGolden, CandidatesNeverPassOverAMatchingLine) {
+  // Each pattern's subjects as the lines of one text, walked as a line search walks it:
+  // from each place FindCandidate gives, back to its line's start, search that line, go
+  // on after it. Every line that matches must be searched, both case-blind and not.
+  long searched = 0, passed = 0, matching = 0;
+  for (const Case& c : MakeCases()) {
+    CRegExp re;
+    if (!re.RegComp(c.pattern.c_str(), c.upper)) continue;
+    std::string text;
+    for (const std::string& subject : c.subjects) text += subject + '\n';
+    std::vector<std::string> lines;
+    for (std::size_t at = 0, nl; (nl = text.find('\n', at)) != std::string::npos; at = nl + 1)
+      lines.push_back(text.substr(at, nl - at));
+    auto matches = [&](const std::string& line) {
+      return c.upper ? re.RegFind(line.c_str(), 0, int(line.size()) - 1, 1) >= 0 : re.RegFind(line.c_str()) >= 0;
+    };
+    std::vector<bool> visited(lines.size());
+    const char* begin = text.data();
+    const char* end = begin + text.size();
+    std::size_t index = 0;
+    const char* p = begin;
+    while (p < end) {
+      const char* next = re.FindCandidate(p, end, c.upper);
+      ASSERT_TRUE(next >= p && next <= end);
+      if (next == end) break;
+      while (const char* nl = static_cast<const char*>(std::memchr(p, '\n', std::size_t(next - p)))) {
+        p = nl + 1;
+        ++index;
+      }
+      visited[index] = true;
+      p = static_cast<const char*>(std::memchr(p, '\n', std::size_t(end - p))) + 1;
+      ++index;
+    }
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      const bool m = matches(lines[i]);
+      matching += m;
+      (visited[i] ? searched : passed)++;
+      ASSERT_TRUE(visited[i] || !m) << "pattern " << Escape(c.pattern) << " upper " << c.upper << " passed over "
+                                    << Escape(lines[i]);
+    }
+  }
+  // The walk must both pass over many lines and search every matching one.
+  EXPECT_GT(passed, 5000);
+  EXPECT_GT(matching, 1000);
+  EXPECT_GE(searched, matching);
+}

@@ -116,12 +116,22 @@ void GrepStream(zev::CRegExp& re, const GrepOptions& o, std::istream& in, const 
 }
 
 // The lines of a buffer that the search may write into: each is terminated in place for
-// the search, and the byte put back afterwards, so that no line is copied. Returns where
-// the unfinished last line begins (the end when there is none); with 'final' that line
-// is searched too.
+// the search, and the byte put back afterwards, so that no line is copied. Lines before
+// the next place that holds what every match must hold are passed over unsearched (they
+// cannot match). Returns where the unfinished last line begins (the end when there is
+// none); with 'final' that line is searched too.
 char* GrepBuffer(zev::CRegExp& re, const GrepOptions& o, char* p, char* end, bool final, const std::string& prefix,
                  long& matched) {
+  const int upper = o.ignoreCase ? 1 : 0;
   while (p < end) {
+    const char* next = re.FindCandidate(p, end, upper);
+    if (next == end) {
+      if (final) return end;
+      char* last = static_cast<char*>(memrchr(p, '\n', std::size_t(end - p)));
+      return last ? last + 1 : p;
+    }
+    if (next != p)
+      if (char* before = static_cast<char*>(memrchr(p, '\n', std::size_t(next - p)))) p = before + 1;
     char* nl = static_cast<char*>(std::memchr(p, '\n', std::size_t(end - p)));
     if (!nl && !final) return p;
     char* stop = nl ? nl : end;
