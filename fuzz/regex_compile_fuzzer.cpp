@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "zevutil/CRegExp.h"
@@ -54,6 +55,32 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (pattern.find('^') == std::string::npos && first > 0) {
     const std::size_t skip = std::size_t(options >> 3) % std::size_t(first + 1);
     if (re.RegFind(text.c_str() + skip) != first - int(skip) || re.GetFindLen() != firstLen) std::abort();
+  }
+
+  // The text as lines, walked as a line search walks it (from each candidate place back
+  // to its line's start): no line that matches may be passed over. The lines are read
+  // from an unterminated copy of exactly their size.
+  std::unique_ptr<char[]> lines(new char[text.size() ? text.size() : 1]);
+  std::memcpy(lines.get(), text.data(), text.size());
+  const char* p = lines.get();
+  const char* const stop = p + text.size();
+  auto lineEnd = [stop](const char* from) {
+    const void* nl = std::memchr(from, '\n', std::size_t(stop - from));
+    return nl ? static_cast<const char*>(nl) : stop;
+  };
+  auto matches = [&](const char* from, const char* to) {
+    const std::string line(from, to);
+    return upper ? re.RegFind(line.c_str(), 0, int(line.size()) - 1, 1) >= 0 : re.RegFind(line.c_str()) >= 0;
+  };
+  auto after = [stop](const char* e) { return e == stop ? stop : e + 1; };
+  while (p < stop) {
+    const char* next = re.FindCandidate(p, stop, upper);
+    if (next < p || next > stop) std::abort();
+    // Every line that ends before the candidate's line is passed over; all of them when
+    // there is no candidate.
+    for (const char* e; p < stop && ((e = lineEnd(p)) < next || next == stop); p = after(e))
+      if (matches(p, e)) std::abort();
+    if (p < stop) p = after(lineEnd(p));
   }
   return 0;
 }
