@@ -22,9 +22,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
-#if ZEVUTIL_HAVE_CUPS
-#include <cups/cups.h>
-#endif
+#include "CupsLibrary.h"
 
 namespace zev::gdi {
 
@@ -199,9 +197,11 @@ class CairoSurface : public Surface {
     }
 #if ZEVUTIL_HAVE_CUPS
     if (m_http) {
-      ok = cupsFinishDocument(static_cast<http_t*>(m_http), m_dest.name.c_str()) == IPP_STATUS_OK && ok;
+      // A job was started, so the library is loaded.
+      const CupsLibrary& cups = *Cups();
+      ok = cups.cupsFinishDocument(static_cast<http_t*>(m_http), m_dest.name.c_str()) == IPP_STATUS_OK && ok;
       if (!ok) CancelCupsJob();
-      httpClose(static_cast<http_t*>(m_http));
+      cups.httpClose(static_cast<http_t*>(m_http));
       m_http = nullptr;
     }
 #endif
@@ -223,7 +223,7 @@ class CairoSurface : public Surface {
 #if ZEVUTIL_HAVE_CUPS
     if (m_http) {
       CancelCupsJob();
-      httpClose(static_cast<http_t*>(m_http));
+      Cups()->httpClose(static_cast<http_t*>(m_http));
       m_http = nullptr;
     }
 #endif
@@ -398,8 +398,8 @@ class CairoSurface : public Surface {
     }
 #if ZEVUTIL_HAVE_CUPS
     if (self->m_http) {
-      if (cupsWriteRequestData(static_cast<http_t*>(self->m_http), reinterpret_cast<const char*>(data), length) !=
-          HTTP_STATUS_CONTINUE) {
+      if (Cups()->cupsWriteRequestData(static_cast<http_t*>(self->m_http), reinterpret_cast<const char*>(data),
+                                       length) != HTTP_STATUS_CONTINUE) {
         self->m_failed = true;
         return CAIRO_STATUS_WRITE_ERROR;
       }
@@ -411,7 +411,10 @@ class CairoSurface : public Surface {
 
   bool StartCupsJob() {
 #if ZEVUTIL_HAVE_CUPS
-    http_t* http = httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, 30000, nullptr);
+    const CupsLibrary* cups = Cups();
+    http_t* http = cups ? cups->httpConnect2(cups->cupsServer(), cups->ippPort(), nullptr, AF_UNSPEC,
+                                             cups->cupsEncryption(), 1, 30000, nullptr)
+                        : nullptr;
     if (!http) {
       Fail(ERROR_INVALID_PARAMETER);
       return false;
@@ -419,17 +422,17 @@ class CairoSurface : public Surface {
     std::string queue = m_dest.name.substr(0, m_dest.name.find('/'));
     int nopt = 0;
     cups_option_t* opts = nullptr;
-    if (!m_media.empty()) nopt = cupsAddOption(CUPS_MEDIA, m_media.c_str(), nopt, &opts);
-    if (m_copies > 1) nopt = cupsAddOption(CUPS_COPIES, std::to_string(m_copies).c_str(), nopt, &opts);
+    if (!m_media.empty()) nopt = cups->cupsAddOption(CUPS_MEDIA, m_media.c_str(), nopt, &opts);
+    if (m_copies > 1) nopt = cups->cupsAddOption(CUPS_COPIES, std::to_string(m_copies).c_str(), nopt, &opts);
     // No orientation option: the PDF's pages already lie the way they were drawn, and
     // the option would turn them once more.
     std::string title = m_docName.empty() ? "ZevUtil" : m_docName;
-    int job = cupsCreateJob(http, queue.c_str(), title.c_str(), nopt, opts);
-    cupsFreeOptions(nopt, opts);
-    if (job <= 0 ||
-        cupsStartDocument(http, queue.c_str(), job, title.c_str(), CUPS_FORMAT_PDF, 1) != HTTP_STATUS_CONTINUE) {
-      if (job > 0) cupsCancelJob2(CUPS_HTTP_DEFAULT, queue.c_str(), job, 0);
-      httpClose(http);
+    int job = cups->cupsCreateJob(http, queue.c_str(), title.c_str(), nopt, opts);
+    cups->cupsFreeOptions(nopt, opts);
+    if (job <= 0 || cups->cupsStartDocument(http, queue.c_str(), job, title.c_str(), CUPS_FORMAT_PDF, 1) !=
+                        HTTP_STATUS_CONTINUE) {
+      if (job > 0) cups->cupsCancelJob2(CUPS_HTTP_DEFAULT, queue.c_str(), job, 0);
+      cups->httpClose(http);
       Fail(ERROR_INVALID_PARAMETER);
       return false;
     }
@@ -447,7 +450,7 @@ class CairoSurface : public Surface {
     if (m_job <= 0) return;
     // The job's own connection is busy with the document; cancel on another one.
     std::string queue = m_dest.name.substr(0, m_dest.name.find('/'));
-    cupsCancelJob2(CUPS_HTTP_DEFAULT, queue.c_str(), m_job, 0);
+    Cups()->cupsCancelJob2(CUPS_HTTP_DEFAULT, queue.c_str(), m_job, 0);
     m_job = 0;
   }
 #endif

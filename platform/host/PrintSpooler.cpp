@@ -12,9 +12,7 @@
 
 #include "GdiDevice.h"
 
-#if ZEVUTIL_HAVE_CUPS
-#include <cups/cups.h>
-#endif
+#include "CupsLibrary.h"
 
 namespace zev::gdi {
 
@@ -47,19 +45,19 @@ PageGeometry GeometryOf(const cups_size_t& s) {
 }
 
 // The queue's default media and its size, through the destination's information.
-bool DefaultMedia(cups_dest_t* dest, std::string& media, PageGeometry& page) {
-  cups_dinfo_t* info = cupsCopyDestInfo(CUPS_HTTP_DEFAULT, dest);
+bool DefaultMedia(const CupsLibrary& cups, cups_dest_t* dest, std::string& media, PageGeometry& page) {
+  cups_dinfo_t* info = cups.cupsCopyDestInfo(CUPS_HTTP_DEFAULT, dest);
   if (!info) return false;
   bool ok = false;
-  ipp_attribute_t* def = cupsFindDestDefault(CUPS_HTTP_DEFAULT, dest, info, CUPS_MEDIA);
-  const char* name = def ? ippGetString(def, 0, nullptr) : nullptr;
+  ipp_attribute_t* def = cups.cupsFindDestDefault(CUPS_HTTP_DEFAULT, dest, info, CUPS_MEDIA);
+  const char* name = def ? cups.ippGetString(def, 0, nullptr) : nullptr;
   cups_size_t size{};
-  if (name && cupsGetDestMediaByName(CUPS_HTTP_DEFAULT, dest, info, name, CUPS_MEDIA_FLAGS_DEFAULT, &size)) {
+  if (name && cups.cupsGetDestMediaByName(CUPS_HTTP_DEFAULT, dest, info, name, CUPS_MEDIA_FLAGS_DEFAULT, &size)) {
     media = size.media;
     page = GeometryOf(size);
     ok = true;
   }
-  cupsFreeDestInfo(info);
+  cups.cupsFreeDestInfo(info);
   return ok;
 }
 
@@ -78,7 +76,7 @@ const char* StateText(const char* state) {
 
 bool HostHaveCups() {
 #if ZEVUTIL_HAVE_CUPS
-  return true;
+  return Cups() != nullptr;
 #else
   return false;
 #endif
@@ -92,7 +90,9 @@ bool HostFindDestination(const std::string& name, DestinationInfo& out, DWORD& e
     return true;
   }
 #if ZEVUTIL_HAVE_CUPS
-  cups_dest_t* dest = cupsGetNamedDest(CUPS_HTTP_DEFAULT, name.empty() ? nullptr : name.c_str(), nullptr);
+  const CupsLibrary* cups = Cups();
+  cups_dest_t* dest =
+      cups ? cups->cupsGetNamedDest(CUPS_HTTP_DEFAULT, name.empty() ? nullptr : name.c_str(), nullptr) : nullptr;
   if (!dest) {
     error = ERROR_INVALID_PARAMETER;
     return false;
@@ -101,8 +101,8 @@ bool HostFindDestination(const std::string& name, DestinationInfo& out, DWORD& e
   out.name = dest->name;
   if (dest->instance) out.name += std::string("/") + dest->instance;
   out.isDefault = dest->is_default != 0 || name.empty();
-  out.havePage = DefaultMedia(dest, out.media, out.page);
-  cupsFreeDests(1, dest);
+  out.havePage = DefaultMedia(*cups, dest, out.media, out.page);
+  cups->cupsFreeDests(1, dest);
   return true;
 #else
   error = ERROR_INVALID_PARAMETER;
@@ -113,20 +113,21 @@ bool HostFindDestination(const std::string& name, DestinationInfo& out, DWORD& e
 bool HostCupsMediaForPaper(const std::string& queue, int widthMm100, int heightMm100, std::string& media,
                            PageGeometry& page) {
 #if ZEVUTIL_HAVE_CUPS
-  cups_dest_t* dest = cupsGetNamedDest(CUPS_HTTP_DEFAULT, queue.c_str(), nullptr);
+  const CupsLibrary* cups = Cups();
+  cups_dest_t* dest = cups ? cups->cupsGetNamedDest(CUPS_HTTP_DEFAULT, queue.c_str(), nullptr) : nullptr;
   if (!dest) return false;
   bool ok = false;
-  if (cups_dinfo_t* info = cupsCopyDestInfo(CUPS_HTTP_DEFAULT, dest)) {
+  if (cups_dinfo_t* info = cups->cupsCopyDestInfo(CUPS_HTTP_DEFAULT, dest)) {
     cups_size_t size{};
-    if (cupsGetDestMediaBySize(CUPS_HTTP_DEFAULT, dest, info, widthMm100, heightMm100, CUPS_MEDIA_FLAGS_DEFAULT,
-                               &size)) {
+    if (cups->cupsGetDestMediaBySize(CUPS_HTTP_DEFAULT, dest, info, widthMm100, heightMm100,
+                                     CUPS_MEDIA_FLAGS_DEFAULT, &size)) {
       media = size.media;
       page = GeometryOf(size);
       ok = true;
     }
-    cupsFreeDestInfo(info);
+    cups->cupsFreeDestInfo(info);
   }
-  cupsFreeDests(1, dest);
+  cups->cupsFreeDests(1, dest);
   return ok;
 #else
   (void)queue, (void)widthMm100, (void)heightMm100, (void)media, (void)page;
@@ -137,8 +138,10 @@ bool HostCupsMediaForPaper(const std::string& queue, int widthMm100, int heightM
 std::vector<PrintDestination> HostEnumCupsDestinations() {
   std::vector<PrintDestination> out;
 #if ZEVUTIL_HAVE_CUPS
+  const CupsLibrary* cups = Cups();
+  if (!cups) return out;
   cups_dest_t* dests = nullptr;
-  int n = cupsGetDests2(CUPS_HTTP_DEFAULT, &dests);
+  int n = cups->cupsGetDests2(CUPS_HTTP_DEFAULT, &dests);
   for (int i = 0; i < n; ++i) {
     cups_dest_t* d = &dests[i];
     PrintDestination p;
@@ -146,15 +149,15 @@ std::vector<PrintDestination> HostEnumCupsDestinations() {
     if (d->instance) name += std::string("/") + d->instance;
     p.name = name.c_str();
     p.isDefault = d->is_default != 0;
-    p.state = StateText(cupsGetOption("printer-state", d->num_options, d->options));
-    const char* info = cupsGetOption("printer-info", d->num_options, d->options);
+    p.state = StateText(cups->cupsGetOption("printer-state", d->num_options, d->options));
+    const char* info = cups->cupsGetOption("printer-info", d->num_options, d->options);
     p.info = info ? info : "";
     std::string media;
     PageGeometry page;
-    if (DefaultMedia(d, media, page)) p.media = media.c_str();
+    if (DefaultMedia(*cups, d, media, page)) p.media = media.c_str();
     out.push_back(p);
   }
-  cupsFreeDests(n, dests);
+  cups->cupsFreeDests(n, dests);
 #endif
   return out;
 }
