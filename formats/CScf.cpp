@@ -113,6 +113,12 @@ inline __m128i LoadSwapped16(const BYTE* p) {
 #endif
 
 #if defined(ZEV_SCF_AVX2)
+// One lane-wise add of 16-bit or 8-bit values.
+template <int kValueBytes>
+__attribute__((target("avx2"))) inline __m256i Add(__m256i l, __m256i r) {
+  return kValueBytes == 2 ? _mm256_add_epi16(l, r) : _mm256_add_epi8(l, r);
+}
+
 // Running sums over the records of four registers as the unpacks leave them: with R
 // records a half, v[r] holds records R*r to R*r+R-1 in its low half and the R after
 // the first 4*R in its high half (R is 2 for 16-bit values, 4 for 8-bit ones). carry
@@ -120,11 +126,6 @@ inline __m128i LoadSwapped16(const BYTE* p) {
 // the sums up to each record and carry the sum up to the last of them. Each half is
 // summed on its own first (within each register, then the totals of the registers
 // before), so the only step that waits on the previous block is the carry's.
-template <int kValueBytes>
-__attribute__((target("avx2"))) inline __m256i Add(__m256i l, __m256i r) {
-  return kValueBytes == 2 ? _mm256_add_epi16(l, r) : _mm256_add_epi8(l, r);
-}
-
 template <int kValueBytes>
 __attribute__((target("avx2"))) inline void RunningSums(__m256i (&v)[4], __m256i& carry) {
   constexpr auto add = Add<kValueBytes>;
@@ -523,7 +524,7 @@ void CScf::Parse(const BYTE* data, std::size_t size, bool statsOnly) {
       if (HasAvx2()) i = DecodeBases300Avx2(p, n, bases);
 #endif
       for (; i < n; ++i)
-        bases[i] = ScfBase{LoadU32(p + 4 * i),     prob[i], prob[n + i], prob[2 * std::size_t(n) + i],
+        bases[i] = ScfBase{LoadU32(p + 4 * i), prob[i], prob[n + i], prob[2 * std::size_t(n) + i],
                            prob[3 * std::size_t(n) + i], letters[i], {0, 0, 0}};
     }
     m_strBaseSequence = CString(std::move(letters));
