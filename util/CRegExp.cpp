@@ -782,8 +782,9 @@ void CRegExp::BuildTables() {
   const unsigned char* upper = UpperTable();
   for (int c = 1; c < 256; ++c) {
     const unsigned char u = upper[c];
-    t->lineSetUpper.has[c] = t->lineLiteral.empty() ? t->lineSet.has[u]
-                                                    : static_cast<unsigned char>(u == static_cast<unsigned char>(t->lineLiteral[0]));
+    const bool held = t->lineLiteral.empty() ? t->lineSet.has[u] != 0
+                                             : u == static_cast<unsigned char>(t->lineLiteral[0]);
+    t->lineSetUpper.has[c] = held ? 1 : 0;
   }
   t->lineSetUpper.Finish();
 }
