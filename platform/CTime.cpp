@@ -6,33 +6,13 @@
 #include <mutex>
 #include <string>
 
+#include "platform/CivilDays.h"
+
 namespace zev {
 
 namespace {
 // The old runtime accepted only results from 1970 to 3000.
 constexpr std::int64_t kMaxTime = 32535215999;  // 3000-12-31 23:59:59 UTC
-
-// Days from 1970-01-01 to the given day of the proleptic Gregorian calendar, and back.
-std::int64_t DaysFromCivil(std::int64_t y, int m, int d) {
-  y -= m <= 2;
-  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-  const std::int64_t yoe = y - era * 400;
-  const std::int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const std::int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + doe - 719468;
-}
-
-void CivilFromDays(std::int64_t z, std::int64_t& y, int& m, int& d) {
-  z += 719468;
-  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-  const std::int64_t doe = z - era * 146097;
-  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const std::int64_t mp = (5 * doy + 2) / 153;
-  d = int(doy - (153 * mp + 2) / 5 + 1);
-  m = int(mp < 10 ? mp + 3 : mp - 9);
-  y = yoe + era * 400 + (m <= 2);
-}
 
 // mktime re-reads the zone (a stat of its file) on every call, which costs more than
 // the rest of reading a trace's run dates. localtime_r does not, so where the answer
@@ -48,7 +28,7 @@ bool MakeTimeWithoutChange(int year, int month, int day, int hour, int min, int 
   const std::int64_t months = std::int64_t(month) - 1;
   const std::int64_t y = std::int64_t(year) + (months >= 0 ? months / 12 : (months - 11) / 12);
   const int m = int(months - (y - year) * 12) + 1;
-  const std::int64_t local = (DaysFromCivil(y, m, 1) + std::int64_t(day) - 1) * 86400 + std::int64_t(hour) * 3600 +
+  const std::int64_t local = (civil::DaysFromCivil(y, unsigned(m), 1) + std::int64_t(day) - 1) * 86400 + std::int64_t(hour) * 3600 +
                              std::int64_t(min) * 60 + sec;
   constexpr std::int64_t kDay = 86400;
   if (local < 2 * kDay || local > kMaxTime - 2 * kDay) return false;
@@ -60,9 +40,9 @@ bool MakeTimeWithoutChange(int year, int month, int day, int hour, int min, int 
     if (next == t) break;
     t = next;
   }
-  std::int64_t wantYear;
+  long long wantYear;
   int wantMonth, wantDay;
-  CivilFromDays(local / kDay, wantYear, wantMonth, wantDay);
+  civil::CivilFromDays(local / kDay, wantYear, wantMonth, wantDay);
   const std::int64_t secOfDay = local % kDay;
   if (tm.tm_year + std::int64_t(1900) != wantYear || tm.tm_mon + 1 != wantMonth || tm.tm_mday != wantDay ||
       tm.tm_hour != secOfDay / 3600 || tm.tm_min != secOfDay / 60 % 60 || tm.tm_sec != secOfDay % 60)

@@ -1403,42 +1403,15 @@ int CRegExp::TryPositions(const char* text, const char* mustAt) {
   }
 }
 
-namespace {
-// The first byte of s..end that is in the set, or end; the text need not be terminated.
-const char* ScanBounded(const char* s, const char* end, const regexscan::ByteSet& set) {
-#if defined(__SSE2__)
-  if (set.ranges > 0) {
-    __m128i lo[regexscan::ByteSet::kMaxRanges], span[regexscan::ByteSet::kMaxRanges];
-    for (int i = 0; i < set.ranges; ++i) {
-      lo[i] = _mm_set1_epi8(static_cast<char>(set.lo[i]));
-      span[i] = _mm_set1_epi8(static_cast<char>(set.span[i]));
-    }
-    for (; end - s >= 16; s += 16) {
-      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
-      __m128i in = _mm_setzero_si128();
-      for (int i = 0; i < set.ranges; ++i) {
-        const __m128i d = _mm_sub_epi8(v, lo[i]);
-        in = _mm_or_si128(in, _mm_cmpeq_epi8(_mm_min_epu8(d, span[i]), d));
-      }
-      if (const int mask = _mm_movemask_epi8(in)) return s + std::countr_zero(unsigned(mask));
-    }
-  }
-#endif
-  for (; s < end; ++s)
-    if (set.has[static_cast<unsigned char>(*s)]) return s;
-  return end;
-}
-}  // namespace
-
 const char* CRegExp::FindCandidate(const char* from, const char* to, int upper) const {
   const Tables* t = m_pTables.get();
   if (!m_bCompiled || !t || !from || !to || to <= from) return from;
-  if (upper) return t->lineSetUpper.members ? ScanBounded(from, to, t->lineSetUpper) : from;
+  if (upper) return t->lineSetUpper.members ? regexscan::ScanBounded(from, to, t->lineSetUpper) : from;
   if (!t->lineLiteral.empty()) {
     const void* at = memmem(from, std::size_t(to - from), t->lineLiteral.data(), t->lineLiteral.size());
     return at ? static_cast<const char*>(at) : to;
   }
-  return t->lineSet.members ? ScanBounded(from, to, t->lineSet) : from;
+  return t->lineSet.members ? regexscan::ScanBounded(from, to, t->lineSet) : from;
 }
 
 int CRegExp::RegFind(const char* text) {

@@ -321,4 +321,30 @@ inline const char* Scan(const char* s, const ByteSet& set) {
   return ScanTable(s, set.has);
 }
 
+// The first byte of s..end that is in the set, or end: the bounded form of Scan, for
+// text that need not be terminated.
+inline const char* ScanBounded(const char* s, const char* end, const ByteSet& set) {
+#if defined(__SSE2__)
+  if (set.ranges > 0) {
+    __m128i lo[ByteSet::kMaxRanges], span[ByteSet::kMaxRanges];
+    for (int i = 0; i < set.ranges; ++i) {
+      lo[i] = _mm_set1_epi8(static_cast<char>(set.lo[i]));
+      span[i] = _mm_set1_epi8(static_cast<char>(set.span[i]));
+    }
+    for (; end - s >= 16; s += 16) {
+      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
+      __m128i in = _mm_setzero_si128();
+      for (int i = 0; i < set.ranges; ++i) {
+        const __m128i d = _mm_sub_epi8(v, lo[i]);
+        in = _mm_or_si128(in, _mm_cmpeq_epi8(_mm_min_epu8(d, span[i]), d));
+      }
+      if (const int mask = _mm_movemask_epi8(in)) return s + std::countr_zero(unsigned(mask));
+    }
+  }
+#endif
+  for (; s < end; ++s)
+    if (set.has[static_cast<unsigned char>(*s)]) return s;
+  return end;
+}
+
 }  // namespace zev::regexscan
